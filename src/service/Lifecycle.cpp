@@ -1,0 +1,113 @@
+#include <iostream>
+#include <memory>
+
+#include "discovery/BonjourNotifier.h"
+#include "service/VeloraRestService.h"
+#include "util/Support.h"
+
+using web::http::methods;
+using web::http::experimental::listener::http_listener;
+
+int mServicePort = 35699;
+int ZIP_THRESHOLD = 104857600;
+
+namespace {
+constexpr int kPortAttempts = 10;
+constexpr const char* kVersion = "0.4.81";
+constexpr int kVersionNumber = 4081;
+
+// The one service of the process, made while the library loads and released
+// at exit.
+std::shared_ptr<IVeloraRemoteCoordinator> serviceHolder = std::make_shared<VeloraRestService>();
+}  // namespace
+
+IVeloraRemoteCoordinator* VeloraRemoteSDK::getVeloraService() { return serviceHolder.get(); }
+
+std::string getSDKVersionStr() { return kVersion; }
+int getSDKVersionInt() { return kVersionNumber; }
+
+VeloraRestService::VeloraRestService() : VeloraRestService(Options{}) {}
+
+VeloraRestService::VeloraRestService(Options options)
+    : notifier_(std::move(options.notifier)), pagesFolder_(std::move(options.pagesFolder)) {
+  port_ = mServicePort;
+  if (!notifier_) notifier_ = std::make_shared<BonjourNotifier>();
+  notifier_->registerForNotification(this);
+  if (pagesFolder_.empty()) pagesFolder_ = find_executable_folder() + "/../bin/pages";
+  log_str(std::string("Velora Remote Service initiated. Version: ") + getSDKVersionStr());
+}
+
+VeloraRestService::~VeloraRestService() {
+  // A test's service may die while open; the process's own one is shut down
+  // by its host (or not at all: the listener then dies with the process).
+  shutdown();
+  notifier_->unregisterFromNotification(this);
+}
+
+void VeloraRestService::startListening() {
+  std::lock_guard<std::mutex> guard(listenerMutex_);
+  for (port_ = mServicePort; port_ < mServicePort + kPortAttempts; ++port_) {
+    const int port = port_;
+    try {
+      log_str("Try to bind with port:", port);
+      web::uri_builder uri("http://0.0.0.0");
+      uri.set_port(port);
+      listener_ = std::make_shared<http_listener>(uri.to_uri());
+      listener_->support(methods::GET, [this](web::http::http_request r) { handle_get(r); });
+      listener_->support(methods::POST, [this](web::http::http_request r) { handle_post(r); });
+      listener_->support(methods::PUT, [this](web::http::http_request r) { handle_put(r); });
+      listener_->support(methods::DEL, [this](web::http::http_request r) { handle_delete(r); });
+      listener_->open()
+          .then([this, port]() {
+            const int status = notifier_->pubishService(port);
+            std::cout << "Service published on port" << port << " with status " << status
+                      << std::endl;
+          })
+          .wait();
+      return;
+    } catch (const web::http::http_exception& e) {
+      std::cout << "ERROR http_exception unable to bind HTTP listener" << e.what() << std::endl;
+    } catch (const std::exception& e) {
+      std::cout << "ERROR std::exception unable to bind HTTP listener" << e.what() << std::endl;
+    } catch (...) {
+      std::cout << "ERROR  unable to bind HTTP listener" << std::endl;
+    }
+  }
+}
+
+void VeloraRestService::shutdown() {
+  std::lock_guard<std::mutex> guard(listenerMutex_);
+  if (!listener_) return;
+  Notify();
+  try {
+    listener_->close().wait();
+  } catch (const std::exception& e) {
+    // A listener that never opened has nothing to close.
+  }
+  listener_.reset();
+}
+
+void VeloraRestService::Notify() {
+  changed_ = true;
+  changeSignal_.notify_one();
+}
+
+void VeloraRestService::Init() { cache_.reset(); }
+
+void VeloraRestService::printStatus() {
+  std::lock_guard<std::mutex> lock(connectionMutex_);
+  for (const auto& c : connections_) {
+    std::cout << "Auth code: " << c->code << " Status: " << c->authstatus
+              << " Capabilities: " << c->capabilities << " Token: " << c->token << "\n";
+  }
+  std::cout.flush();
+}
+
+void VeloraRestService::onServicePublishSuccess() {
+  int port = mServicePort;
+  remoteListeners_.stable_fire(&IVeloraRemoteServiceListener::onServicePublished, port);
+}
+
+void VeloraRestService::onServicePublishError() {
+  remoteListeners_.stable_fire(&IVeloraRemoteServiceListener::onServicePublishFailed);
+}

@@ -1,0 +1,79 @@
+#include <map>
+
+#include "service/VeloraRestService.h"
+
+using web::http::http_request;
+using web::http::http_response;
+using web::http::status_codes;
+using web::json::value;
+
+void deleteARD(value& v) {
+  if (v.is_object()) {
+    v["artworkdata"] = value::null();
+    for (auto& member : v.as_object()) deleteARD(member.second);
+  } else if (v.is_array()) {
+    for (auto& element : v.as_array()) deleteARD(element);
+  }
+}
+
+void VeloraRestService::addResponseHeaders(http_response& response) {
+  auto& headers = response.headers();
+  headers.add("Access-Control-Allow-Origin", "*");
+  headers.add("Access-Control-Allow-Methods", "*");
+  headers.add("Access-Control-Allow-Headers", "Origin,Content-Type,Accept,X-Requested-With");
+}
+
+namespace {
+void replyJson(http_request& request, web::http::status_code status, const value& body) {
+  http_response response(status);
+  VeloraRestService::addResponseHeaders(response);
+  response.set_body(body);
+  request.reply(response);
+}
+}  // namespace
+
+void VeloraRestService::returnSuccess(http_request& request, std::string text) {
+  replyJson(request, status_codes::OK, value::string(text));
+}
+
+void VeloraRestService::returnFailure(http_request& request, std::string text,
+                                      unsigned short status) {
+  replyJson(request, status, value::string(text));
+}
+
+void VeloraRestService::returnValue(http_request& request, value& v, bool omitNull) {
+  // Local-library pages can be large; their embedded artwork is never sent.
+  const value& localLibrary = cache_.slots.localLibrary;
+  if (localLibrary.is_object() && localLibrary.size() > 0 && v == localLibrary) deleteARD(v);
+  http_response response(status_codes::OK);
+  addResponseHeaders(response);
+  if (!(omitNull && v.is_null())) response.set_body(v);
+  request.reply(response);
+}
+
+void VeloraRestService::returnLibrary(http_request& request, bool hasToken) {
+  if (hasToken) {
+    // Token holders receive library data through the "status" poll.
+    request.reply(status_codes::OK);
+    return;
+  }
+  std::lock_guard<std::mutex> lock(cache_.stateMutex);
+  replyJson(request, status_codes::OK, cache_.docs.library);
+}
+
+void VeloraRestService::returnSuccessIfNeeded(http_request& request) {
+  if (!request.get_response().is_done()) returnSuccess(request, "");
+}
+
+std::string VeloraRestService::getContentType(std::string path) {
+  static const std::map<std::string, std::string> kTypes = {
+      {"js", "application/javascript"}, {"css", "text/css"},  {"png", "image/png"},
+      {"jpg", "image/jpeg"},            {"html", "text/html"},
+  };
+  const auto dot = path.rfind('.');
+  if (dot != std::string::npos) {
+    auto it = kTypes.find(path.substr(dot + 1));
+    if (it != kTypes.end()) return it->second;
+  }
+  return "text/html";
+}

@@ -1,0 +1,79 @@
+#include <sys/stat.h>
+
+#include <cpprest/filestream.h>
+
+#include "service/VeloraRestService.h"
+#include "util/Support.h"
+
+using web::http::http_request;
+using web::http::http_response;
+using web::http::status_codes;
+
+namespace {
+
+// A page path must stay inside the pages folder: no ".." segment and no NUL
+// byte (which would cut the name short when the file is opened).
+bool staysInsideFolder(const std::string& decodedPath) {
+  if (decodedPath.find('\0') != std::string::npos) return false;
+  size_t start = 0;
+  while (start <= decodedPath.size()) {
+    size_t end = decodedPath.find('/', start);
+    if (end == std::string::npos) end = decodedPath.size();
+    if (decodedPath.compare(start, end - start, "..") == 0 && end - start == 2) return false;
+    start = end + 1;
+  }
+  return true;
+}
+
+bool isRegularFile(const std::string& file) {
+  struct stat st;
+  return ::stat(file.c_str(), &st) == 0 && S_ISREG(st.st_mode);
+}
+
+}  // namespace
+
+bool VeloraRestService::serveStaticPage(http_request& request, const std::string& decodedPath,
+                                        const std::string& contentType) {
+  std::string file = decodedPath;
+  if (!file.empty() && file.back() == '/') file += "index.html";
+
+  // A readable file named by the path itself is the host's to allow.
+  if (validPath(file)) {
+    const char* path = file.c_str();
+    bool allow = false;
+    libraryListeners_.stable_fire(&IVeloraLibraryServiceListener::onPageServed, path, allow);
+    if (!allow) {
+      request.reply(status_codes::Forbidden);
+    } else {
+      serveFile(request, file, contentType);
+    }
+    return true;
+  }
+
+  if (!staysInsideFolder(file)) return false;
+  const std::string page = pagesFolder_ + file;
+  if (validPath(page) && isRegularFile(page)) {
+    serveFile(request, page, contentType);
+    return true;
+  }
+  return false;
+}
+
+void VeloraRestService::serveFile(http_request& request, const std::string& file,
+                                  const std::string& contentType) {
+  const auto size = filesize(file.c_str());
+  concurrency::streams::fstream::open_istream(file, std::ios::in | std::ios::binary)
+      .then([request, size, contentType](concurrency::streams::istream stream) mutable {
+        http_response response(status_codes::OK);
+        response.set_body(stream, static_cast<utility::size64_t>(size), contentType);
+        return request.reply(response);
+      })
+      .then([request](pplx::task<void> sent) mutable {
+        try {
+          sent.get();
+        } catch (...) {
+          // The file vanished or failed while streaming: answer if nobody has.
+          request._reply_if_not_already(status_codes::NotFound);
+        }
+      });
+}

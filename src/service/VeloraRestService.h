@@ -1,0 +1,239 @@
+#pragma once
+
+#include <atomic>
+#include <condition_variable>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include <cpprest/http_listener.h>
+#include <cpprest/json.h>
+
+#include "discovery/ServiceNotifier.h"
+#include "host/Observable.h"
+#include "host/StateCache.h"
+#include "velora/VeloraRemoteSDK.h"
+
+// Sets "artworkdata" to null in every object of `v`, at any depth, so that a
+// reply carries no embedded pictures.
+void deleteARD(web::json::value& v);
+
+// A remote client as the service keeps it: what the host sees, and nothing
+// more for now.
+struct ConnectionDataEx : ConnectionData {};
+
+// The process's remote-control service: the HTTP listener, the listener
+// registries of the host, the state cache and the publication of the port.
+class VeloraRestService : public IVeloraRemoteCoordinator,
+                          public IVeloraLibraryService,
+                          public IVeloraPlaybackService,
+                          public IVeloraEqualizerService,
+                          public IVeloraIRCService,
+                          public IVeloraACService,
+                          public IVeloraHPService,
+                          public IVeloraSettingsService,
+                          public IServiceNotifierListener {
+ public:
+  struct Options {
+    // Publisher of the port; a DNS-SD publisher when empty.
+    std::shared_ptr<IServiceNotifier> notifier;
+    // Folder of the web pages; the executable's folder + "/../bin/pages" when empty.
+    std::string pagesFolder;
+  };
+
+  VeloraRestService();
+  explicit VeloraRestService(Options options);
+  ~VeloraRestService() override;
+
+  VeloraRestService(const VeloraRestService&) = delete;
+  VeloraRestService& operator=(const VeloraRestService&) = delete;
+
+  // IVeloraRemoteCoordinator
+  void shutdown() override;
+  void startListening() override;
+  void disconnect(int code) override;
+  void authenticate(int code, const char* product, Capabilities& capabilities) override;
+  IVeloraLibraryService* getLibraryService() override { return this; }
+  IVeloraPlaybackService* getPlaybackService() override { return this; }
+  IVeloraEqualizerService* getEqualizerService() override { return this; }
+  IVeloraIRCService* getIRCService() override { return this; }
+  IVeloraACService* getACService() override { return this; }
+  IVeloraHPService* getHPService() override { return this; }
+  IVeloraSettingsService* getSettingsService() override { return this; }
+
+  int registerForNotification(IVeloraRemoteServiceListener* l) override;
+  int unregisterFromNotification(IVeloraRemoteServiceListener* l) override;
+  int registerForNotification(IVeloraLibraryServiceListener* l) override;
+  int unregisterFromNotification(IVeloraLibraryServiceListener* l) override;
+  int registerForNotification(IVeloraPlaybackServiceListener* l) override;
+  int unregisterFromNotification(IVeloraPlaybackServiceListener* l) override;
+  int registerForNotification(IVeloraEqualizerServiceListener* l) override;
+  int unregisterFromNotification(IVeloraEqualizerServiceListener* l) override;
+  int registerForNotification(IVeloraIRCServiceListener* l) override;
+  int unregisterFromNotification(IVeloraIRCServiceListener* l) override;
+  int registerForNotification(IVeloraACServiceListener* l) override;
+  int unregisterFromNotification(IVeloraACServiceListener* l) override;
+  int registerForNotification(IVeloraHPServiceListener* l) override;
+  int unregisterFromNotification(IVeloraHPServiceListener* l) override;
+  int registerForNotification(IVeloraSettingsServiceListener* l) override;
+  int unregisterFromNotification(IVeloraSettingsServiceListener* l) override;
+
+  // IVeloraLibraryService
+  void setTrackInfo(Track* track) override;
+  void setTrackList(std::vector<Track*> tracks, int index) override;
+  void setPlaynextList(std::vector<Track*> tracks) override;
+  void setAlbumList(std::vector<Album*> albums, int index) override;
+  void setArtistList(std::vector<Artist*> artists, int index) override;
+  void setGenreList(std::vector<Genre*> genres) override;
+  void setPlaylistList(std::vector<Playlist*> playlists) override;
+  void setMoodList(std::vector<Mood*> moods) override;
+  void setGenre(Genre* genre) override;
+  void setPlaylist(Playlist* playlist) override;
+  void setAlbum(Album* album) override;
+  void setArtist(Artist* artist) override;
+  void setMyLibraryItemDirty() override;
+  void setSearchResults(std::vector<Artist*> artists, std::vector<Album*> albums,
+                        std::vector<Track*> tracks, std::vector<Playlist*> playlists,
+                        const char* searchText) override;
+  void setArtworkData(const char* location, const char* id) override;
+  void setLoginResponse(const char* userToken) override;
+  void setGetLoginResponse(const char* username, const char* password, const char* userToken,
+                           const char* tidalUsername, const char* tidalPassword,
+                           const char* service) override;
+  void setGetUserStashResponse(const char* json) override;
+  void setGetItemsForSkuIdResponse(const char* json) override;
+  void setGetDownloadStatusResponse(const char* json) override;
+  void setGetLocalLibraryTracks(std::vector<Track*> tracks, const char* etag, int itemCount,
+                                int totalCount) override;
+  void setGetLocalLibraryAlbums(std::vector<Album*> albums, const char* etag, int itemCount,
+                                int totalCount) override;
+  void setGetLocalLibraryArtists(std::vector<Artist*> artists, const char* etag, int itemCount,
+                                 int totalCount) override;
+  void setGetLocalLibraryPlaylists(std::vector<Playlist*> playlists, const char* etag,
+                                   int itemCount, int totalCount) override;
+  void setGetDevicesResponse(const char* json) override;
+  void setGetOptionsResponse(const char* json) override;
+  void setGetLocalDownloadLocationResponse(const char* json) override;
+  void setGetArtworkLocationResponse(const char* json) override;
+  void setGetPlayStateResponse(const char* json) override;
+  void setGetAvailableYearsForArtistResponse(const char* json) override;
+  void setGetNowPlayingResponse(std::vector<Track*> tracks) override;
+  void setGetArtistResponse(std::vector<Album*> albums, int totalCount) override;
+  void setGetArtistResponse(std::vector<Artist*> artists, int totalCount) override;
+  void setGetAlbumResponse(std::vector<Album*> albums, int totalCount) override;
+  void setGetPlaylistResponse(std::vector<Playlist*> playlists, int totalCount) override;
+  void setScanProgressResponse(float percentComplete, const char* message) override;
+  void setGetHistoryResponse(const char* json) override;
+  void setCreatePlaylistResponse(std::vector<Playlist*> playlists) override;
+  void setSearchResponse(std::vector<Album*> albums) override;
+  void setSearchResponse(std::vector<Artist*> artists) override;
+  void setSearchResponse(std::vector<Playlist*> playlists) override;
+  void setSearchResponse(std::vector<Track*> tracks) override;
+  void setGetHeartbeatResponse(const char* json) override;
+  void setGetAppConfigResponse(const char* json) override;
+  void setPlayerResponse(const char* json) override;
+
+  // IVeloraPlaybackService
+  void setVolumeLevel(int level) override;
+  void setMuteState(bool muted) override;
+  void setPlaybackState(PlaybackState& state) override;
+  void setPlaybackMode(PlaybackMode& mode) override;
+
+  // IVeloraEqualizerService
+  void setEQState(bool enabled) override;
+  void setEQCurrentPreset(EQPreset& preset) override;
+  void setEQPresetList(std::vector<EQPreset>& presets) override;
+  void setGetEQPresetResponse(const char* json) override;
+  void setGetEQPresetListResponse(const char* json) override;
+
+  // IVeloraIRCService
+  void setIRCState(bool enabled) override;
+  void setIRCGain(int gain) override;
+  void setIRCCurrentPreset(IRCPreset& preset) override;
+  void setIRCPresetList(std::vector<IRCPreset>& presets) override;
+  void setGetIRCPresetResponse(const char* json) override;
+  void setGetIRCPresetListResponse(const char* json) override;
+
+  // IVeloraACService
+  void setACState(bool enabled) override;
+  void setACCurrentPreset(ACPreset& preset) override;
+  void setACPresetList(std::vector<ACPreset>& presets) override;
+
+  // IVeloraHPService
+  void setHPState(bool enabled) override;
+  void setHPCurrentPreset(HPPreset& preset) override;
+  void setHPPresetList(std::vector<HPPreset>& presets) override;
+  void setGetHPPresetResponse(const char* json) override;
+  void setGetHPPresetListResponse(const char* json) override;
+
+  // IVeloraSettingsService
+  void setOutputDeviceList(std::vector<const char*>& names, const char* current) override;
+  void setSettingsValues(bool mqa, bool upsample, bool dsp) override;
+
+  // IServiceNotifierListener
+  void onServicePublishSuccess() override;
+  void onServicePublishError() override;
+
+  // Raises the change flag and wakes one "status" poll.
+  void Notify();
+  // Empties every state document and answer slot.
+  void Init();
+  // One console line per known remote client.
+  void printStatus();
+
+  // The port being tried or served (0 before the first startListening()).
+  int currentPort() const { return port_.load(); }
+  bool changeFlag() const { return changed_.load(); }
+  StateCache& cache() { return cache_; }
+
+  // HTTP entry points.
+  void handle_get(web::http::http_request request);
+  void handle_post(web::http::http_request request);
+  void handle_put(web::http::http_request request);
+  void handle_delete(web::http::http_request request);
+
+  // Replies. Every JSON reply carries the three cross-origin headers.
+  static void addResponseHeaders(web::http::http_response& response);
+  void returnSuccess(web::http::http_request& request, std::string text);
+  void returnFailure(web::http::http_request& request, std::string text, unsigned short status);
+  // The caller holds the lock of the slot it passes (the state mutex for the
+  // local-library answer, which this compares against).
+  void returnValue(web::http::http_request& request, web::json::value& value, bool omitNull);
+  void returnLibrary(web::http::http_request& request, bool hasToken);
+  void returnSuccessIfNeeded(web::http::http_request& request);
+  static std::string getContentType(std::string path);
+
+ private:
+  // Listener registries, one per host interface.
+  detail::ObservableBase<IVeloraPlaybackServiceListener> playbackListeners_;
+  detail::ObservableBase<IVeloraEqualizerServiceListener> equalizerListeners_;
+  detail::ObservableBase<IVeloraIRCServiceListener> ircListeners_;
+  detail::ObservableBase<IVeloraACServiceListener> acListeners_;
+  detail::ObservableBase<IVeloraHPServiceListener> hpListeners_;
+  detail::ObservableBase<IVeloraLibraryServiceListener> libraryListeners_;
+  detail::ObservableBase<IVeloraSettingsServiceListener> settingsListeners_;
+  detail::ObservableBase<IVeloraRemoteServiceListener> remoteListeners_;
+
+  bool serveStaticPage(web::http::http_request& request, const std::string& decodedPath,
+                       const std::string& contentType);
+  static void storeAnswer(std::mutex& lock, web::json::value& slot, const char* json);
+  void serveFile(web::http::http_request& request, const std::string& file,
+                 const std::string& contentType);
+
+  // Guards the listener holder: startListening() and shutdown() may race.
+  std::mutex listenerMutex_;
+  std::shared_ptr<web::http::experimental::listener::http_listener> listener_;
+  std::shared_ptr<IServiceNotifier> notifier_;
+  std::string pagesFolder_;
+
+  std::mutex connectionMutex_;
+  std::vector<std::shared_ptr<ConnectionDataEx>> connections_;
+
+  StateCache cache_;
+  std::mutex waitMutex_;
+  std::condition_variable changeSignal_;
+  std::atomic<bool> changed_{false};
+  std::atomic<int> port_{0};
+};
