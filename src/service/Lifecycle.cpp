@@ -30,6 +30,10 @@ VeloraRestService::VeloraRestService() : VeloraRestService(Options{}) {}
 
 VeloraRestService::VeloraRestService(Options options)
     : notifier_(std::move(options.notifier)), pagesFolder_(std::move(options.pagesFolder)) {
+  // Objects keep their keys in insertion order: the service's own documents
+  // are built in the order clients know, and host answers pass through as
+  // the host wrote them.
+  web::json::keep_object_element_order(true);
   port_ = mServicePort;
   if (!notifier_) notifier_ = std::make_shared<BonjourNotifier>();
   notifier_->registerForNotification(this);

@@ -61,6 +61,12 @@ bool VeloraRestService::serveStaticPage(http_request& request, const std::string
 
 void VeloraRestService::serveFile(http_request& request, const std::string& file,
                                   const std::string& contentType) {
+  // Only regular files stream: a folder opens for reading too, but has no
+  // content to send.
+  if (!isRegularFile(file)) {
+    request.reply(status_codes::NotFound);
+    return;
+  }
   const auto size = filesize(file.c_str());
   concurrency::streams::fstream::open_istream(file, std::ios::in | std::ios::binary)
       .then([request, size, contentType](concurrency::streams::istream stream) mutable {

@@ -1,0 +1,166 @@
+#include <arpa/inet.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <gtest/gtest.h>
+
+#include "support/ServiceFixture.h"
+
+using namespace velora_test;
+
+namespace {
+
+// Keeps a TCP port busy (bound and listening on all interfaces) while alive.
+class PortBlocker {
+ public:
+  explicit PortBlocker(int port) : fd_(::socket(AF_INET, SOCK_STREAM, 0)) {
+    sockaddr_in addr{};
+    addr.sin_family = AF_INET;
+    addr.sin_addr.s_addr = htonl(INADDR_ANY);
+    addr.sin_port = htons(static_cast<uint16_t>(port));
+    EXPECT_EQ(0, ::bind(fd_, reinterpret_cast<sockaddr*>(&addr), sizeof addr)) << port;
+    ::listen(fd_, 4);
+  }
+  ~PortBlocker() { ::close(fd_); }
+
+ private:
+  int fd_;
+};
+
+int countOccurrences(const std::string& text, const std::string& needle) {
+  int n = 0;
+  for (size_t at = text.find(needle); at != std::string::npos; at = text.find(needle, at + 1)) {
+    ++n;
+  }
+  return n;
+}
+
+class LifecycleTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    sut.service->registerForNotification(&remote);
+    sut.base = findFreePortBlock();
+    mServicePort = sut.base;
+  }
+  std::string startListening() {
+    return captureStdout([this] { sut.service->startListening(); });
+  }
+
+  ServiceUnderTest sut;
+  RecordingRemoteListener remote;
+};
+
+TEST_F(LifecycleTest, ServesTheBasePortAndPublishesIt) {
+  const std::string log = startListening();
+  EXPECT_EQ(sut.base, sut.port());
+  EXPECT_NE(std::string::npos, log.find("Try to bind with port: " + std::to_string(sut.base) + "\n"));
+  EXPECT_NE(std::string::npos, log.find("Service published on port" + std::to_string(sut.base) +
+                                        " with status 0\n"));
+  EXPECT_EQ(std::vector<int>{sut.base}, sut.notifier->published());
+  EXPECT_EQ(std::vector<int>{sut.base}, remote.publishedPorts());
+  EXPECT_EQ(400, httpGet(sut.port(), "/anything").status);
+}
+
+TEST_F(LifecycleTest, BusyBasePortMovesOnButListenersHearTheBasePort) {
+  PortBlocker busy(sut.base);
+  const std::string log = startListening();
+  EXPECT_EQ(sut.base + 1, sut.port());
+  EXPECT_EQ(2, countOccurrences(log, "Try to bind with port: "));
+  EXPECT_EQ(1, countOccurrences(log, "unable to bind HTTP listener"));
+  // The publisher is given the port really served; the host is told the base.
+  EXPECT_EQ(std::vector<int>{sut.base + 1}, sut.notifier->published());
+  EXPECT_EQ(std::vector<int>{sut.base}, remote.publishedPorts());
+  EXPECT_EQ(400, httpGet(sut.base + 1, "/anything").status);
+}
+
+TEST_F(LifecycleTest, TenBusyPortsEndQuietlyAfterTenErrorLines) {
+  std::vector<std::unique_ptr<PortBlocker>> busy;
+  for (int p = sut.base; p < sut.base + 10; ++p) busy.push_back(std::make_unique<PortBlocker>(p));
+  const std::string log = startListening();
+  EXPECT_EQ(10, countOccurrences(log, "Try to bind with port: "));
+  EXPECT_EQ(10, countOccurrences(log, "unable to bind HTTP listener"));
+  EXPECT_EQ(0, countOccurrences(log, "Service published"));
+  EXPECT_EQ(sut.base + 10, sut.port());
+  EXPECT_TRUE(sut.notifier->published().empty());
+  EXPECT_TRUE(remote.publishedPorts().empty());
+  EXPECT_EQ(0, remote.failures());
+  // A later attempt, once the ports are free again, succeeds from the base.
+  busy.clear();
+  startListening();
+  EXPECT_EQ(sut.base, sut.port());
+}
+
+TEST_F(LifecycleTest, FailedPublicationIsPrintedAndServingGoesOn) {
+  sut.notifier->result = -65537;
+  const std::string log = startListening();
+  EXPECT_NE(std::string::npos, log.find("Service published on port" + std::to_string(sut.base) +
+                                        " with status -65537\n"));
+  EXPECT_TRUE(remote.publishedPorts().empty());
+  EXPECT_EQ(400, httpGet(sut.port(), "/anything").status);
+}
+
+TEST_F(LifecycleTest, ShutdownClosesOnceAndListeningCanStartAgain) {
+  sut.service->shutdown();  // nothing to close yet
+  EXPECT_FALSE(sut.service->changeFlag());
+
+  startListening();
+  const int port = sut.port();
+  ASSERT_EQ(400, httpGet(port, "/x").status);
+  sut.service->shutdown();
+  EXPECT_TRUE(sut.service->changeFlag());
+  EXPECT_EQ(0, httpGet(port, "/x", 1000).status);
+  sut.service->shutdown();
+
+  startListening();
+  EXPECT_EQ(400, httpGet(sut.port(), "/x").status);
+  EXPECT_EQ(2u, remote.publishedPorts().size());
+}
+
+TEST_F(LifecycleTest, ListeningTwiceReplacesTheListener) {
+  startListening();
+  startListening();
+  EXPECT_EQ(sut.base, sut.port());
+  EXPECT_EQ(400, httpGet(sut.port(), "/x").status);
+}
+
+TEST(ServiceConstruction, LogsItsVersionAndStartsWithNullDocuments) {
+  std::unique_ptr<VeloraRestService> service;
+  const std::string log = captureStdout([&] {
+    service = std::make_unique<VeloraRestService>(
+        VeloraRestService::Options{std::make_shared<FakeNotifier>(), ""});
+  });
+  EXPECT_EQ("Velora Remote Service initiated. Version: 0.4.81\n", log);
+  EXPECT_TRUE(service->cache().docs.playback.is_null());
+  EXPECT_TRUE(service->cache().slots.devices.is_null());
+  EXPECT_FALSE(service->changeFlag());
+
+  service->Init();
+  int documents = 0;
+  service->cache().docs.forEach([&](web::json::value& v) {
+    EXPECT_TRUE(v.is_object() && v.size() == 0);
+    ++documents;
+  });
+  EXPECT_EQ(9, documents);
+  service->cache().slots.forEach(
+      [](web::json::value& v) { EXPECT_TRUE(v.is_object() && v.size() == 0); });
+  EXPECT_TRUE(service->cache().player.player.is_object());
+  EXPECT_FALSE(service->changeFlag());
+
+  service->Notify();
+  EXPECT_TRUE(service->changeFlag());
+  EXPECT_EQ("", captureStdout([&] { service->printStatus(); }));
+}
+
+TEST(ServiceConstruction, TheProcessHasOneServiceAndAVersion) {
+  IVeloraRemoteCoordinator* service = VeloraRemoteSDK::getVeloraService();
+  ASSERT_NE(nullptr, service);
+  EXPECT_EQ(service, VeloraRemoteSDK::getVeloraService());
+  EXPECT_EQ(service->getLibraryService(), service->getLibraryService());
+  EXPECT_NE(nullptr, service->getSettingsService());
+  EXPECT_EQ("0.4.81", getSDKVersionStr());
+  EXPECT_EQ(4081, getSDKVersionInt());
+  EXPECT_EQ(104857600, ZIP_THRESHOLD);
+}
+
+}  // namespace
