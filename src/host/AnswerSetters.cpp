@@ -4,14 +4,6 @@
 using utility::conversions::to_string_t;
 using web::json::value;
 
-// Host answers arrive as JSON text. The text is parsed before any lock is
-// taken, so a parse error reaches the host with the slot left as it was.
-void VeloraRestService::storeAnswer(std::mutex& lock, value& slot, const char* json) {
-  value parsed = value::parse(to_string_t(json));
-  std::lock_guard<std::mutex> guard(lock);
-  slot = std::move(parsed);
-}
-
 #define VELORA_ANSWER_SETTER(Setter, slotExpr)                                           \
   void VeloraRestService::Setter(const char* json) {                                     \
     storeAnswer(cache_.stateMutex, cache_.slotExpr, json);                               \

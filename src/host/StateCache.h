@@ -1,6 +1,7 @@
 #pragma once
 
 #include <mutex>
+#include <optional>
 #include <string>
 
 #include <cpprest/json.h>
@@ -72,6 +73,8 @@ struct PlayerSlots {
   web::json::value player;
 };
 
+class ChangeFeed;
+
 class StateCache {
  public:
   std::mutex stateMutex;  // documents, response slots, user stash text
@@ -85,15 +88,22 @@ class StateCache {
   std::string userStash;
 
   // Every document and slot becomes an empty object.
-  void reset() {
-    auto empty = [](web::json::value& v) { v = web::json::value::object(true); };
-    {
-      std::lock_guard<std::mutex> lock(stateMutex);
-      docs.forEach(empty);
-      slots.forEach(empty);
-    }
-    std::lock_guard<std::mutex> lock(playerMutex);
-    empty(player.heartbeat);
-    empty(player.player);
-  }
+  void reset();
+  // The same with the state mutex already held; the player slots are left.
+  void resetLocked();
+  void resetPlayer();
 };
+
+// What one "status" reply carries.
+struct ChangeDelivery {
+  std::string body;  // JSON text, or its zlib stream when compressed
+  bool compressed = false;
+};
+
+// Takes the changes of a burst, once: when the flag is raised, the nine
+// documents in the order clients read them, serialised (and compressed when
+// longer than `zipThreshold`). The cache is emptied and the flag cleared in the
+// same step under the state mutex, so a setter running meanwhile lands either
+// in this delivery or in the next, never in neither.
+std::optional<ChangeDelivery> deliverChanges(StateCache& cache, ChangeFeed& feed,
+                                             long long zipThreshold);

@@ -1,24 +1,124 @@
+#include "playback/Presets.h"
 #include "service/VeloraRestService.h"
+#include "util/Support.h"
 
-// Playback, sound-processing and settings state pushed by the host; written
-// into the state documents together with the change feed.
+using utility::conversions::to_string_t;
+using web::json::value;
 
-void VeloraRestService::setVolumeLevel(int) {}
-void VeloraRestService::setMuteState(bool) {}
-void VeloraRestService::setPlaybackState(PlaybackState&) {}
-void VeloraRestService::setPlaybackMode(PlaybackMode&) {}
-void VeloraRestService::setEQState(bool) {}
-void VeloraRestService::setEQCurrentPreset(EQPreset&) {}
-void VeloraRestService::setEQPresetList(std::vector<EQPreset>&) {}
-void VeloraRestService::setIRCState(bool) {}
-void VeloraRestService::setIRCGain(int) {}
-void VeloraRestService::setIRCCurrentPreset(IRCPreset&) {}
-void VeloraRestService::setIRCPresetList(std::vector<IRCPreset>&) {}
-void VeloraRestService::setACState(bool) {}
-void VeloraRestService::setACCurrentPreset(ACPreset&) {}
-void VeloraRestService::setACPresetList(std::vector<ACPreset>&) {}
-void VeloraRestService::setHPState(bool) {}
-void VeloraRestService::setHPCurrentPreset(HPPreset&) {}
-void VeloraRestService::setHPPresetList(std::vector<HPPreset>&) {}
-void VeloraRestService::setOutputDeviceList(std::vector<const char*>&, const char*) {}
-void VeloraRestService::setSettingsValues(bool, bool, bool) {}
+// Playback, sound-processing and settings state pushed by the host. Every
+// setter replaces one key of its document and wakes one waiting poll.
+
+namespace {
+using Fields = std::vector<std::pair<utility::string_t, value>>;
+}  // namespace
+
+void VeloraRestService::setVolumeLevel(int level) {
+  publishState(&StateDocuments::playback, "volumelevel", value::number(level));
+}
+
+void VeloraRestService::setMuteState(bool muted) {
+  publishState(&StateDocuments::playback, "mutestate", value::boolean(muted));
+}
+
+void VeloraRestService::setPlaybackState(PlaybackState& state) {
+  Fields mqa{{"state", value::number(state.mqa.state)}, {"osr", value::number(state.mqa.osr)}};
+  if (state.mqa.customrate != nullptr) {
+    mqa.emplace_back("customrate", value::string(state.mqa.customrate));
+  }
+  Fields f{{"duration", value::number(double{state.duration})},
+           {"elapsed", value::number(double{state.elapsed})}};
+  if (state.trackid != nullptr) f.emplace_back("trackid", value::string(state.trackid));
+  if (state.error != nullptr) f.emplace_back("error", value::string(state.error));
+  f.emplace_back("state", value::number(state.state));
+  f.emplace_back("lgain", value::number(double{state.lgain}));
+  f.emplace_back("rgain", value::number(double{state.rgain}));
+  f.emplace_back("mqa", value::object(std::move(mqa), true));
+  publishState(&StateDocuments::playback, "playbackstate", value::object(std::move(f), true));
+}
+
+void VeloraRestService::setPlaybackMode(PlaybackMode& mode) {
+  publishState(&StateDocuments::playback, "playbackmode", value::number(mode.mode));
+}
+
+void VeloraRestService::setEQState(bool enabled) {
+  publishState(&StateDocuments::equalizer, "enabled", value::boolean(enabled));
+}
+
+void VeloraRestService::setEQCurrentPreset(EQPreset& preset) {
+  publishState(&StateDocuments::equalizer, "preset", getEQPreset(preset));
+}
+
+void VeloraRestService::setEQPresetList(std::vector<EQPreset>& presets) {
+  publishState(&StateDocuments::equalizer, "presetlist",
+               presetList(presets, [](const EQPreset& p) { return getEQPreset(p); }));
+}
+
+void VeloraRestService::setIRCState(bool enabled) {
+  publishState(&StateDocuments::irc, "enabled", value::boolean(enabled));
+}
+
+void VeloraRestService::setIRCGain(int gain) {
+  publishState(&StateDocuments::irc, "gain", value::number(gain));
+}
+
+void VeloraRestService::setIRCCurrentPreset(IRCPreset& preset) {
+  // The current preset's id is repeated at the top of the document; both keys
+  // change in one step so that a poll never sees one without the other.
+  value json = getIRCPreset(preset);
+  std::lock_guard<std::mutex> lock(cache_.stateMutex);
+  value& doc = cache_.docs.irc;
+  if (!doc.is_object()) doc = value::object(true);
+  doc["preset"] = std::move(json);
+  doc["id"] = value::number(preset.id);
+  feed_.raise();
+}
+
+void VeloraRestService::setIRCPresetList(std::vector<IRCPreset>& presets) {
+  publishState(&StateDocuments::irc, "presetlist",
+               presetList(presets, [](const IRCPreset& p) { return getIRCPreset(p); }));
+}
+
+void VeloraRestService::setACState(bool enabled) {
+  publishState(&StateDocuments::ac, "enabled", value::boolean(enabled));
+}
+
+void VeloraRestService::setACCurrentPreset(ACPreset& preset) {
+  publishState(&StateDocuments::ac, "preset", getACPreset(preset));
+}
+
+void VeloraRestService::setACPresetList(std::vector<ACPreset>& presets) {
+  publishState(&StateDocuments::ac, "presetlist",
+               presetList(presets, [](const ACPreset& p) { return getACPreset(p); }));
+}
+
+void VeloraRestService::setHPState(bool enabled) {
+  publishState(&StateDocuments::ooyh, "enabled", value::boolean(enabled));
+}
+
+void VeloraRestService::setHPCurrentPreset(HPPreset& preset) {
+  publishState(&StateDocuments::ooyh, "preset", getHPPreset(preset));
+}
+
+void VeloraRestService::setHPPresetList(std::vector<HPPreset>& presets) {
+  publishState(&StateDocuments::ooyh, "presetlist",
+               presetList(presets, [](const HPPreset& p) { return getHPPreset(p); }));
+}
+
+void VeloraRestService::setOutputDeviceList(std::vector<const char*>& names,
+                                            const char* current) {
+  std::vector<value> list;
+  list.reserve(names.size());
+  for (const char* name : names) list.push_back(value::string(to_string_t(name)));
+  publishState(&StateDocuments::settings, "outputdevices",
+               value::object(Fields{{"current", value::string(to_string_t(current))},
+                                    {"list", value::array(std::move(list))}},
+                             true));
+}
+
+void VeloraRestService::setSettingsValues(bool mqa, bool upsample, bool dsp) {
+  publishState(&StateDocuments::settings, "values",
+               value::object(Fields{{"mqa", value::boolean(mqa)},
+                                    {"upsample", value::boolean(upsample)},
+                                    {"dsp", value::boolean(dsp)}},
+                             true));
+}

@@ -91,10 +91,7 @@ void VeloraRestService::shutdown() {
   listener_.reset();
 }
 
-void VeloraRestService::Notify() {
-  changed_ = true;
-  changeSignal_.notify_one();
-}
+void VeloraRestService::Notify() { feed_.raise(); }
 
 void VeloraRestService::Init() { cache_.reset(); }
 

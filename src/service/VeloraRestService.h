@@ -12,9 +12,18 @@
 #include <cpprest/json.h>
 
 #include "discovery/ServiceNotifier.h"
+#include "host/ChangeFeed.h"
 #include "host/Observable.h"
 #include "host/StateCache.h"
+#include "util/Support.h"
 #include "velora/VeloraRemoteSDK.h"
+
+class TrackImpl;
+class AlbumImpl;
+class ArtistImpl;
+class GenreImpl;
+class PlaylistImpl;
+class MoodImpl;
 
 // Sets "artworkdata" to null in every object of `v`, at any depth, so that a
 // reply carries no embedded pictures.
@@ -185,8 +194,30 @@ class VeloraRestService : public IVeloraRemoteCoordinator,
 
   // The port being tried or served (0 before the first startListening()).
   int currentPort() const { return port_.load(); }
-  bool changeFlag() const { return changed_.load(); }
+  bool changeFlag() const { return feed_.raised(); }
   StateCache& cache() { return cache_; }
+  ChangeFeed& changeFeed() { return feed_; }
+
+  // Library encoders: items become JSON at once; `withArtwork` adds (and
+  // passes down to nested lists) the picture of each item.
+  web::json::value getTrack(TrackImpl* track, bool withArtwork);
+  web::json::value getAlbum(AlbumImpl* album, bool withArtwork);
+  web::json::value getArtist(ArtistImpl* artist, bool withArtwork);
+  web::json::value getGenre(GenreImpl* genre, bool withArtwork);
+  web::json::value getPlaylist(PlaylistImpl* playlist, bool withArtwork);
+  web::json::value getMood(MoodImpl* mood);
+  web::json::value getTracks(const std::vector<Track*>& list, bool withArtwork);
+  web::json::value getAlbums(const std::vector<Album*>& list, bool withArtwork);
+  web::json::value getArtists(const std::vector<Artist*>& list, bool withArtwork);
+  web::json::value getPlaylists(const std::vector<Playlist*>& list, bool withArtwork);
+  web::json::value getGenres(const std::vector<Genre*>& list, bool withArtwork);
+  web::json::value getMoods(const std::vector<Mood*>& list);
+
+  // The picture at `location` (a file, or a web address) as a JSON object.
+  web::json::value getArtwork(std::string location, std::string id);
+  // Whether the picture was seen before; fills `digest` when it was.
+  bool containedInMap(std::string const& base64, std::string const& location,
+                      std::string& digest);
 
   // HTTP entry points.
   void handle_get(web::http::http_request request);
@@ -218,6 +249,14 @@ class VeloraRestService : public IVeloraRemoteCoordinator,
 
   bool serveStaticPage(web::http::http_request& request, const std::string& decodedPath,
                        const std::string& contentType);
+  // The state-setter pattern: replace `key` in a document, raise the change
+  // flag and wake one waiting poll. The value is built before the call.
+  void publishState(web::json::value StateDocuments::*document, const char* key,
+                    web::json::value value);
+  // The answer patterns: replace a slot; no poll is woken.
+  void storeSlot(web::json::value ResponseSlots::*slot, web::json::value value);
+  void storeLocalLibraryPage(web::json::value items, const char* etag, int itemCount,
+                             int totalCount);
   static void storeAnswer(std::mutex& lock, web::json::value& slot, const char* json);
   void serveFile(web::http::http_request& request, const std::string& file,
                  const std::string& contentType);
@@ -232,8 +271,10 @@ class VeloraRestService : public IVeloraRemoteCoordinator,
   std::vector<std::shared_ptr<ConnectionDataEx>> connections_;
 
   StateCache cache_;
-  std::mutex waitMutex_;
-  std::condition_variable changeSignal_;
-  std::atomic<bool> changed_{false};
+  ChangeFeed feed_;
   std::atomic<int> port_{0};
+
+  // Digests of pictures already sent, and where each was last seen.
+  std::mutex artworkMutex_;
+  std::map<std::string, std::string> artworkDigests_;
 };

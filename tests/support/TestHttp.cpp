@@ -142,7 +142,13 @@ HttpReply httpRequest(int port, const std::string& method, const std::string& ta
 
 std::string captureStdout(const std::function<void()>& fn) {
   testing::internal::CaptureStdout();
-  fn();
+  try {
+    fn();
+  } catch (...) {
+    // Give standard output back before the failure is reported on it.
+    testing::internal::GetCapturedStdout();
+    throw;
+  }
   return testing::internal::GetCapturedStdout();
 }
 

@@ -1,0 +1,25 @@
+#include "service/VeloraRestService.h"
+#include "util/Support.h"
+
+using web::json::value;
+
+void VeloraRestService::publishState(value StateDocuments::*document, const char* key, value v) {
+  std::lock_guard<std::mutex> lock(cache_.stateMutex);
+  value& doc = cache_.docs.*document;
+  if (!doc.is_object()) doc = value::object(true);
+  doc[key] = std::move(v);
+  feed_.raise();
+}
+
+void VeloraRestService::storeSlot(value ResponseSlots::*slot, value v) {
+  std::lock_guard<std::mutex> lock(cache_.stateMutex);
+  cache_.slots.*slot = std::move(v);
+}
+
+// Host answers arrive as JSON text. The text is parsed before any lock is
+// taken, so a parse error reaches the host with the slot left as it was.
+void VeloraRestService::storeAnswer(std::mutex& lock, value& slot, const char* json) {
+  value parsed = value::parse(utility::conversions::to_string_t(json));
+  std::lock_guard<std::mutex> guard(lock);
+  slot = std::move(parsed);
+}

@@ -1,0 +1,70 @@
+#include <fstream>
+#include <iostream>
+#include <iterator>
+
+#include "service/VeloraRestService.h"
+#include "util/Sha1.h"
+#include "util/Support.h"
+
+using web::json::value;
+
+value VeloraRestService::getArtwork(std::string location, std::string id) {
+  std::vector<std::pair<utility::string_t, value>> fields{{"id", value::string(id)}};
+  if (location.empty()) return value::object(std::move(fields), true);
+
+  std::ifstream file(location, std::ios::binary);
+  if (!file) {
+    // Not a local file: a web location is handed to the client, over https.
+    try {
+      web::uri_builder uri{web::uri(location)};
+      uri.set_scheme("https");
+      fields.emplace_back("url", value::string(uri.to_string()));
+    } catch (const std::exception&) {
+      std::cout << "ERROR Unable to open artwork at path: " << location << std::endl;
+    }
+    return value::object(std::move(fields), true);
+  }
+
+  file.seekg(0, std::ios::end);
+  const std::streamoff size = file.tellg();
+  file.seekg(0, std::ios::beg);
+  std::vector<unsigned char> bytes(size > 0 ? static_cast<size_t>(size) : 0);
+  file.read(reinterpret_cast<char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
+  bytes.resize(static_cast<size_t>(std::max<std::streamsize>(file.gcount(), 0)));
+  std::string base64 = utility::conversions::to_base64(bytes);
+
+  // Tiny pictures are usually placeholders or broken files; say so, but send them.
+  if (base64.size() < 1025) {
+    std::cout << "ERROR Artwork encoded with size: " << base64.size() << std::endl;
+  }
+  std::string digest;
+  if (containedInMap(base64, location, digest)) {
+    fields.emplace_back("sha1", value::string(digest));
+  } else {
+    fields.emplace_back("imagedata", value::string(std::move(base64)));
+  }
+  return value::object(std::move(fields), true);
+}
+
+bool VeloraRestService::containedInMap(std::string const& base64, std::string const& location,
+                                       std::string& digest) {
+  std::lock_guard<std::mutex> lock(artworkMutex_);
+  // Nothing ever adds a digest, so an empty table spares hashing every picture.
+  if (artworkDigests_.empty()) return false;
+  unsigned char hash[20];
+  char hex[41];
+  sha1::calc(base64.data(), static_cast<int>(base64.size()), hash);
+  sha1::toHexString(hash, hex);
+  auto it = artworkDigests_.find(hex);
+  if (it == artworkDigests_.end()) return false;
+  it->second = location;
+  digest = hex;
+  return true;
+}
+
+void VeloraRestService::setArtworkData(const char* location, const char* id) {
+  // The file is read before the cache is locked; readers are not held up by it.
+  value artwork = getArtwork(utility::conversions::to_string_t(location),
+                             utility::conversions::to_string_t(id));
+  publishState(&StateDocuments::library, "artwork", std::move(artwork));
+}
