@@ -9,7 +9,7 @@ namespace {
 // Hosts call Release() on whatever pointer they hold, null included.
 template <typename T>
 #if defined(__clang__) || defined(__GNUC__)
-__attribute__((no_sanitize("null")))
+__attribute__((no_sanitize_undefined))
 #endif
 void releaseThroughNull() {
   // A null the compiler cannot see, as a host's pointer would be.
