@@ -12,6 +12,7 @@ fi
 
 export AVAHI_COMPAT_NOWARN=1
 export UBSAN_OPTIONS=${UBSAN_OPTIONS:-print_stacktrace=1}
+export TSAN_OPTIONS=${TSAN_OPTIONS:-suppressions=$PWD/tests/tsan.supp second_deadlock_stack=1}
 jobs=$(nproc)
 
 # Areas (a ctest -L regular expression, e.g. "service|host") that the

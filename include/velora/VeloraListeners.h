@@ -84,8 +84,8 @@ class VELORA_API IVeloraLibraryServiceListener {
   virtual void onScanGetProgress(const char*& which, int& status) = 0;
   virtual void onClearLocalCache(const char*& which, int& status) = 0;
   virtual void onGetLocalLibrary(const char*& id, const char*& index, const char*& count,
-                                 const char*& sortBy, const char*& reverseSort,
-                                 const char*& etag, const char*& filter, int& status) = 0;
+                                 const char*& sortBy, const char*& reverseSort, const char*& etag,
+                                 const char*& filter, int& status) = 0;
   virtual void onGetArtist(const char*& id, const char*& index, const char*& count,
                            const char*& sortBy, const char*& reverseSort, const char*& reserved,
                            int& status) = 0;
@@ -104,10 +104,9 @@ class VELORA_API IVeloraLibraryServiceListener {
                             const char*& addToITunes, const char*& createITunesPlaylist,
                             const char*& retryTime, const char*& retryCount,
                             const char*& dsdEnabled, const char*& dsdFilterEnabled,
-                            const char*& dsdGain, const char*& tidalQuality,
-                            const char*& upSample, const char*& scanLevel,
-                            const char*& bypassMode, const char*& artCache, const char*& mqa,
-                            int& status) = 0;
+                            const char*& dsdGain, const char*& tidalQuality, const char*& upSample,
+                            const char*& scanLevel, const char*& bypassMode, const char*& artCache,
+                            const char*& mqa, int& status) = 0;
   virtual void onGetAppConfig(int& status) = 0;
   virtual void onSelectLocalDownloadLocation(int& status) = 0;
   virtual void onGetLocalDownloadLocation(int& status) = 0;

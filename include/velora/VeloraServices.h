@@ -83,10 +83,10 @@ class VELORA_API IVeloraLibraryService {
   virtual void setGetUserStashResponse(const char* json) = 0;
   virtual void setGetItemsForSkuIdResponse(const char* json) = 0;
   virtual void setGetDownloadStatusResponse(const char* json) = 0;
-  virtual void setGetLocalLibraryTracks(std::vector<Track*> tracks, const char* etag,
-                                        int itemCount, int totalCount) = 0;
-  virtual void setGetLocalLibraryAlbums(std::vector<Album*> albums, const char* etag,
-                                        int itemCount, int totalCount) = 0;
+  virtual void setGetLocalLibraryTracks(std::vector<Track*> tracks, const char* etag, int itemCount,
+                                        int totalCount) = 0;
+  virtual void setGetLocalLibraryAlbums(std::vector<Album*> albums, const char* etag, int itemCount,
+                                        int totalCount) = 0;
   virtual void setGetLocalLibraryArtists(std::vector<Artist*> artists, const char* etag,
                                          int itemCount, int totalCount) = 0;
   virtual void setGetLocalLibraryPlaylists(std::vector<Playlist*> playlists, const char* etag,

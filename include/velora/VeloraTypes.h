@@ -9,7 +9,7 @@
 /// stores them and reports them unchanged as "source". Any 32-bit value may be
 /// passed with static_cast; only 0, 3 and 4 are produced by the library itself.
 enum VeloraLibraryItemSource : int32_t {
-  VeloraSourceLocal = 0,        ///< default of Track::getTrack(char const*)
+  VeloraSourceLocal = 0,  ///< default of Track::getTrack(char const*)
   VeloraSourceStreaming = 1,
   VeloraSourceOther = 2,
   VeloraSourceMood = 3,         ///< every mood

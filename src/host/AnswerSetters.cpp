@@ -4,9 +4,9 @@
 using utility::conversions::to_string_t;
 using web::json::value;
 
-#define VELORA_ANSWER_SETTER(Setter, slotExpr)                                           \
-  void VeloraRestService::Setter(const char* json) {                                     \
-    storeAnswer(cache_.stateMutex, cache_.slotExpr, json);                               \
+#define VELORA_ANSWER_SETTER(Setter, slotExpr)             \
+  void VeloraRestService::Setter(const char* json) {       \
+    storeAnswer(cache_.stateMutex, cache_.slotExpr, json); \
   }
 
 VELORA_ANSWER_SETTER(setGetItemsForSkuIdResponse, slots.itemsForSku)

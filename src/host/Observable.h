@@ -11,13 +11,13 @@
 // may subscribe or unsubscribe listeners (itself included) or call back into
 // the service without deadlock: the lock is never held while a callback runs.
 
-#define VELORA_OBSERVABLE_CHECK(cond)                                                         \
-  do {                                                                                        \
-    if (!(cond)) {                                                                            \
-      std::fprintf(stderr, "Assertion failed: (%s), file %s, line %d.\n", #cond,            \
-                   "../Common/Observable.h", __LINE__);                                      \
-      std::abort();                                                                           \
-    }                                                                                         \
+#define VELORA_OBSERVABLE_CHECK(cond)                                            \
+  do {                                                                           \
+    if (!(cond)) {                                                               \
+      std::fprintf(stderr, "Assertion failed: (%s), file %s, line %d.\n", #cond, \
+                   "../Common/Observable.h", __LINE__);                          \
+      std::abort();                                                              \
+    }                                                                            \
   } while (0)
 
 namespace detail {

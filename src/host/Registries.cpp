@@ -1,12 +1,10 @@
 #include "service/VeloraRestService.h"
 
 // One registry per listener interface; each overload forwards its result code.
-#define VELORA_REGISTRY(Listener, registry)                                              \
-  int VeloraRestService::registerForNotification(Listener* l) {                          \
-    return registry.subscribe(l);                                                        \
-  }                                                                                      \
-  int VeloraRestService::unregisterFromNotification(Listener* l) {                       \
-    return registry.cancel_subscription(l);                                              \
+#define VELORA_REGISTRY(Listener, registry)                                                     \
+  int VeloraRestService::registerForNotification(Listener* l) { return registry.subscribe(l); } \
+  int VeloraRestService::unregisterFromNotification(Listener* l) {                              \
+    return registry.cancel_subscription(l);                                                     \
   }
 
 VELORA_REGISTRY(IVeloraRemoteServiceListener, remoteListeners_)

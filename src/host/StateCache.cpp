@@ -53,9 +53,8 @@ std::optional<ChangeDelivery> deliverChanges(StateCache& cache, ChangeFeed& feed
   delivery.body = all.serialize();
   if (static_cast<long long>(delivery.body.size()) > zipThreshold) {
     std::string zipped = compressString(delivery.body);
-    const float gain =
-        100.0f - (static_cast<float>(zipped.size()) * 100.0f) /
-                     static_cast<float>(delivery.body.size());
+    const float gain = 100.0f - (static_cast<float>(zipped.size()) * 100.0f) /
+                                    static_cast<float>(delivery.body.size());
     log_str("Responded zip. gain %", static_cast<int>(gain));
     delivery.body = std::move(zipped);
     delivery.compressed = true;

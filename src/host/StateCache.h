@@ -57,10 +57,11 @@ struct ResponseSlots {
 
   template <typename F>
   void forEach(F&& f) {
-    for (web::json::value* v :
-         {&login, &itemsForSku, &downloadStatus, &devices, &options, &downloadLocation,
-          &artworkLocation, &playState, &availableYears, &nowPlaying, &artist, &album, &playlist,
-          &scanProgress, &history, &search, &localLibrary, &eqPreset, &hpPreset, &ircPreset}) {
+    for (web::json::value* v : {&login,          &itemsForSku,      &downloadStatus,  &devices,
+                                &options,        &downloadLocation, &artworkLocation, &playState,
+                                &availableYears, &nowPlaying,       &artist,          &album,
+                                &playlist,       &scanProgress,     &history,         &search,
+                                &localLibrary,   &eqPreset,         &hpPreset,        &ircPreset}) {
       f(*v);
     }
   }
@@ -77,7 +78,7 @@ class ChangeFeed;
 
 class StateCache {
  public:
-  std::mutex stateMutex;  // documents, response slots, user stash text
+  std::mutex stateMutex;   // documents, response slots, user stash text
   std::mutex playerMutex;  // player slots
 
   StateDocuments docs;

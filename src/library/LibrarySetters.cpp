@@ -76,8 +76,7 @@ void VeloraRestService::setMyLibraryItemDirty() {
 
 void VeloraRestService::setSearchResults(std::vector<Artist*> artists, std::vector<Album*> albums,
                                          std::vector<Track*> tracks,
-                                         std::vector<Playlist*> playlists,
-                                         const char* searchText) {
+                                         std::vector<Playlist*> playlists, const char* searchText) {
   value results = value::object(Fields{{"albums", getAlbums(albums, true)},
                                        {"artists", getArtists(artists, true)},
                                        {"playlists", getPlaylists(playlists, true)},

@@ -104,8 +104,7 @@ void VeloraRestService::setHPPresetList(std::vector<HPPreset>& presets) {
                presetList(presets, [](const HPPreset& p) { return getHPPreset(p); }));
 }
 
-void VeloraRestService::setOutputDeviceList(std::vector<const char*>& names,
-                                            const char* current) {
+void VeloraRestService::setOutputDeviceList(std::vector<const char*>& names, const char* current) {
   std::vector<value> list;
   list.reserve(names.size());
   for (const char* name : names) list.push_back(value::string(to_string_t(name)));

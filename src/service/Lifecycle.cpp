@@ -95,15 +95,6 @@ void VeloraRestService::Notify() { feed_.raise(); }
 
 void VeloraRestService::Init() { cache_.reset(); }
 
-void VeloraRestService::printStatus() {
-  std::lock_guard<std::mutex> lock(connectionMutex_);
-  for (const auto& c : connections_) {
-    std::cout << "Auth code: " << c->code << " Status: " << c->authstatus
-              << " Capabilities: " << c->capabilities << " Token: " << c->token << "\n";
-  }
-  std::cout.flush();
-}
-
 void VeloraRestService::onServicePublishSuccess() {
   int port = mServicePort;
   remoteListeners_.stable_fire(&IVeloraRemoteServiceListener::onServicePublished, port);

@@ -45,6 +45,10 @@ void VeloraRestService::returnValue(http_request& request, value& v, bool omitNu
   // Local-library pages can be large; their embedded artwork is never sent.
   const value& localLibrary = cache_.slots.localLibrary;
   if (localLibrary.is_object() && localLibrary.size() > 0 && v == localLibrary) deleteARD(v);
+  sendValue(request, v, omitNull);
+}
+
+void VeloraRestService::sendValue(http_request& request, const value& v, bool omitNull) {
   http_response response(status_codes::OK);
   addResponseHeaders(response);
   if (!(omitNull && v.is_null())) response.set_body(v);
@@ -67,8 +71,11 @@ void VeloraRestService::returnSuccessIfNeeded(http_request& request) {
 
 std::string VeloraRestService::getContentType(std::string path) {
   static const std::map<std::string, std::string> kTypes = {
-      {"js", "application/javascript"}, {"css", "text/css"},  {"png", "image/png"},
-      {"jpg", "image/jpeg"},            {"html", "text/html"},
+      {"js", "application/javascript"},
+      {"css", "text/css"},
+      {"png", "image/png"},
+      {"jpg", "image/jpeg"},
+      {"html", "text/html"},
   };
   const auto dot = path.rfind('.');
   if (dot != std::string::npos) {

@@ -1,29 +1,136 @@
+#include <iostream>
+
+#include "playback/Presets.h"
 #include "service/VeloraRestService.h"
-#include "util/Support.h"
 
 using web::http::http_request;
 using web::http::status_codes;
 using web::json::value;
 
+namespace {
+
+// Every failure a handler can raise ends here: a missing segment or a
+// malformed number answers 500, like any other error, and the service goes on.
+template <typename F>
+void guarded(http_request& request, F&& work) {
+  try {
+    work();
+  } catch (const std::exception&) {
+    request._reply_if_not_already(status_codes::InternalError);
+  } catch (...) {
+    request._reply_if_not_already(status_codes::InternalError);
+  }
+}
+
+const VeloraRestService::GetRoute* findRoute(const RouteRequest& r) {
+  const std::string exact = path(r.segments, 0, false);
+  const std::string lower = path(r.segments, 0, true);
+  for (const auto& route : VeloraRestService::routeTable()) {
+    if ((route.lowerCase ? lower : exact) == route.segment) return &route;
+  }
+  return nullptr;
+}
+
+}  // namespace
+
 void VeloraRestService::handle_get(http_request request) {
-  const auto& uri = request.relative_uri();
-  const std::string decodedPath = web::uri::decode(uri.path());
-  const std::string contentType = getContentType(decodedPath);
+  guarded(request, [&] {
+    RouteRequest r(request);
+    if (serveStaticPage(request, r.decodedPath, getContentType(r.decodedPath))) return;
 
-  if (serveStaticPage(request, decodedPath, contentType)) return;
-
-  returnFailure(request, decodedPath, status_codes::BadRequest);
+    const GetRoute* route = findRoute(r);
+    if (route == nullptr) {
+      returnFailure(request, r.decodedPath, status_codes::BadRequest);
+      return;
+    }
+    (this->*route->handler)(r);
+    if (!route->answersItself) returnSuccessIfNeeded(request);
+  });
 }
 
 void VeloraRestService::handle_post(http_request request) {
-  const auto query = web::uri::split_query(request.relative_uri().query());
-  if (query.find("token") == query.end()) {
-    request.reply(status_codes::Forbidden);
-    return;
-  }
-  request.reply(status_codes::OK);
+  guarded(request, [&] {
+    RouteRequest r(request);
+    auto token = r.query.find("token");
+    if (token == r.query.end()) {
+      request.reply(status_codes::Forbidden);
+      return;
+    }
+    // An unknown token is accepted and ignored on purpose.
+    if (!hasConnection(token->second)) {
+      request.reply(status_codes::OK);
+      return;
+    }
+
+    const std::string area = path(r.segments, 0, false);
+    const std::string action = path(r.segments, 1, false);
+    std::function<void(const value&)> work;
+    if (area == "equalizer" && action == "setpreset") {
+      work = [this](const value& body) {
+        std::string name;
+        EQPreset preset = getEQPreset(body, name);
+        equalizerListeners_.stable_fire(&IVeloraEqualizerServiceListener::onApplyEQPreset, preset);
+      };
+    } else if (area == "irc" && action == "setpreset") {
+      work = [this](const value& body) {
+        std::string name;
+        IRCPreset preset = getIRCPreset(body, name);
+        ircListeners_.stable_fire(&IVeloraIRCServiceListener::onApplyIRCPreset, preset);
+      };
+    } else if (area == "artwork" && action == "cachedata") {
+      // A client shares a picture it holds; others collect it with "status".
+      work = [this](const value& body) { publishState(&StateDocuments::library, "artwork", body); };
+    }
+
+    if (work) {
+      // The body is read and applied after the reply; a body that is not
+      // what the route expects is dropped without a word.
+      request.extract_json(true).then([work](pplx::task<value> body) {
+        try {
+          work(body.get());
+        } catch (...) {
+        }
+      });
+    }
+    request.reply(status_codes::OK);
+  });
 }
 
 void VeloraRestService::handle_put(http_request request) { request.reply(status_codes::OK); }
 
 void VeloraRestService::handle_delete(http_request request) { request.reply(status_codes::OK); }
+
+void VeloraRestService::conclude(RouteRequest& r, int status, const Outcome& outcome) {
+  if (status == 0) {
+    reply(r, outcome.reply);
+  } else if (status == 7 && outcome.unreachableIs503) {
+    returnFailure(r.http, "Connection to Tarn Server Failed.", status_codes::ServiceUnavailable);
+  } else {
+    returnFailure(r.http, outcome.failure, outcome.failureStatus);
+  }
+}
+
+void VeloraRestService::reply(RouteRequest& r, const SuccessReply& success) {
+  switch (success.kind) {
+    case SuccessReply::Text:
+      returnSuccess(r.http, success.text);
+      break;
+    case SuccessReply::Slot: {
+      std::lock_guard<std::mutex> lock(cache_.stateMutex);
+      returnValue(r.http, cache_.slots.*success.slot, success.omitNull);
+      break;
+    }
+    case SuccessReply::Document: {
+      std::lock_guard<std::mutex> lock(cache_.stateMutex);
+      returnValue(r.http, cache_.docs.*success.document, success.omitNull);
+      break;
+    }
+    case SuccessReply::Player: {
+      // The local-library answer lives under the other mutex; a player
+      // answer is never a library page, so it goes out as it is.
+      std::lock_guard<std::mutex> lock(cache_.playerMutex);
+      sendValue(r.http, cache_.player.*success.player, success.omitNull);
+      break;
+    }
+  }
+}

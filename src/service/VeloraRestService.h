@@ -15,6 +15,8 @@
 #include "host/ChangeFeed.h"
 #include "host/Observable.h"
 #include "host/StateCache.h"
+#include "service/Outcome.h"
+#include "service/RouteRequest.h"
 #include "util/Support.h"
 #include "velora/VeloraRemoteSDK.h"
 
@@ -29,9 +31,11 @@ class MoodImpl;
 // reply carries no embedded pictures.
 void deleteARD(web::json::value& v);
 
-// A remote client as the service keeps it: what the host sees, and nothing
-// more for now.
-struct ConnectionDataEx : ConnectionData {};
+// A remote client as the service keeps it. The host is shown the
+// ConnectionData part; "status" here is whether the host approved it.
+struct ConnectionDataEx : ConnectionData {
+  ConnectionData data() const { return *this; }
+};
 
 // The process's remote-control service: the HTTP listener, the listener
 // registries of the host, the state cache and the publication of the port.
@@ -216,8 +220,26 @@ class VeloraRestService : public IVeloraRemoteCoordinator,
   // The picture at `location` (a file, or a web address) as a JSON object.
   web::json::value getArtwork(std::string location, std::string id);
   // Whether the picture was seen before; fills `digest` when it was.
-  bool containedInMap(std::string const& base64, std::string const& location,
-                      std::string& digest);
+  bool containedInMap(std::string const& base64, std::string const& location, std::string& digest);
+
+  // Remote clients, by their code or token.
+  std::shared_ptr<ConnectionDataEx> createConnection(int code, std::string name, int version);
+  std::shared_ptr<ConnectionDataEx> getConnection(int code);
+  std::shared_ptr<ConnectionDataEx> getConnection(std::string token);
+  bool hasConnection(std::string token);
+  // Ends a client's session; `fromRemote` tells the client which side ended it.
+  void disconnect(int code, bool fromRemote);
+
+  // A row of the GET route table: the first path segment (compared as it is,
+  // or lower-cased) and the handler. Handlers that answer later, or never,
+  // are not followed by the empty success reply.
+  struct GetRoute {
+    const char* segment;
+    bool lowerCase;
+    void (VeloraRestService::*handler)(RouteRequest&);
+    bool answersItself;
+  };
+  static const std::vector<GetRoute>& routeTable();
 
   // HTTP entry points.
   void handle_get(web::http::http_request request);
@@ -233,10 +255,56 @@ class VeloraRestService : public IVeloraRemoteCoordinator,
   // local-library answer, which this compares against).
   void returnValue(web::http::http_request& request, web::json::value& value, bool omitNull);
   void returnLibrary(web::http::http_request& request, bool hasToken);
+  static void sendValue(web::http::http_request& request, const web::json::value& value,
+                        bool omitNull);
   void returnSuccessIfNeeded(web::http::http_request& request);
   static std::string getContentType(std::string path);
 
  private:
+  // The one exchange with the host: fire a library callback whose last
+  // argument is the status (preset to 0), then answer by the status.
+  template <typename L, typename... Params, typename... Args>
+  void exchange(RouteRequest& r, detail::ObservableBase<L>& listeners, const Outcome& outcome,
+                void (L::*callback)(Params...), Args&&... args) {
+    int status = 0;
+    listeners.stable_fire(callback, args..., status);
+    conclude(r, status, outcome);
+  }
+  template <typename... Params, typename... Args>
+  void exchange(RouteRequest& r, const Outcome& outcome,
+                void (IVeloraLibraryServiceListener::*callback)(Params...), Args&&... args) {
+    exchange(r, libraryListeners_, outcome, callback, std::forward<Args>(args)...);
+  }
+  void conclude(RouteRequest& r, int status, const Outcome& outcome);
+  void reply(RouteRequest& r, const SuccessReply& success);
+
+  // Routes answered by the router itself.
+  void routeAuthenticate(RouteRequest& r);
+  void routeDisconnect(RouteRequest& r);
+  void routeEqualizer(RouteRequest& r);
+  void routeIRC(RouteRequest& r);
+  void routeAC(RouteRequest& r);
+  void routeHP(RouteRequest& r);
+  void routePlayback(RouteRequest& r);
+  void routeSettings(RouteRequest& r);
+  void routeStatus(RouteRequest& r);
+  void routePlayerPause(RouteRequest& r);
+  void routePlayerPlay(RouteRequest& r);
+  void routeNothing(RouteRequest& r);
+  void routeNotServed(RouteRequest& r);
+  void answerStatus(web::http::http_request request, ChangeFeed::Clock::time_point deadline,
+                    bool signalled);
+
+  // Client control.
+  void handlePairing(RouteRequest& r);
+  void handleSave(RouteRequest& r);
+  void handleGetHeartbeat(RouteRequest& r);
+  void handleQuit(RouteRequest& r);
+  void handlePing(RouteRequest& r);
+  void handlePlayerPing(RouteRequest& r);
+  void handlePlayerHeartbeat(RouteRequest& r);
+  void handlePlayerPlay(RouteRequest& r);
+
   // Listener registries, one per host interface.
   detail::ObservableBase<IVeloraPlaybackServiceListener> playbackListeners_;
   detail::ObservableBase<IVeloraEqualizerServiceListener> equalizerListeners_;

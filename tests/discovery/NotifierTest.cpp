@@ -42,7 +42,7 @@ TEST(NotifierRegistry, ReportsWhatEachSubscriptionChangeDid) {
   CountingListener a, b;
 
   EXPECT_EQ(4, notifier.registerForNotification(&a));
-  EXPECT_EQ(2, notifier.registerForNotification(&a));  // already there
+  EXPECT_EQ(2, notifier.registerForNotification(&a));     // already there
   EXPECT_EQ(1, notifier.unregisterFromNotification(&b));  // never registered
   EXPECT_EQ(4, notifier.registerForNotification(&b));
   EXPECT_EQ(4, notifier.unregisterFromNotification(&a));

@@ -109,9 +109,9 @@ TEST_F(DeliveryTest, LargeDeliveryIsCompressedAndInflatesToTheSameText) {
   ASSERT_TRUE(zipped->compressed);
   std::vector<unsigned char> out(1 << 20);
   uLongf outLen = out.size();
-  ASSERT_EQ(Z_OK, uncompress(out.data(), &outLen,
-                             reinterpret_cast<const Bytef*>(zipped->body.data()),
-                             zipped->body.size()));
+  ASSERT_EQ(Z_OK,
+            uncompress(out.data(), &outLen, reinterpret_cast<const Bytef*>(zipped->body.data()),
+                       zipped->body.size()));
   const std::string inflated(out.begin(), out.begin() + static_cast<long>(outLen));
   EXPECT_NE(std::string::npos, inflated.find("\"settings\":" + plain));
   const int gain = static_cast<int>(100.0f - static_cast<float>(zipped->body.size()) * 100.0f /

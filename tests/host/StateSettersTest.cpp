@@ -29,9 +29,7 @@ TEST_P(StateSetters, WriteTheirKeyAndRaiseTheFlag) {
   EXPECT_EQ(GetParam().expected, (s.cache().docs.*GetParam().document).serialize());
 }
 
-EQPreset eqPreset() {
-  return EQPreset{"Warm", 3, {{1, 100.5, 2, 0.7, 1}, {2, 8000, 1.5, 1, 2}}};
-}
+EQPreset eqPreset() { return EQPreset{"Warm", 3, {{1, 100.5, 2, 0.7, 1}, {2, 8000, 1.5, 1, 2}}}; }
 
 const StateCase kStateCases[] = {
     {"volume", [](auto& s) { s.setVolumeLevel(40); }, &StateDocuments::playback,
@@ -126,8 +124,8 @@ const StateCase kStateCases[] = {
      },
      &StateDocuments::library,
      R"({"moods":[{"id":"m1","name":"Calm","artwork":"","artworkdata":{"id":"mw"}}]})"},
-    {"search",
-     [](auto& s) { s.setSearchResults({}, {}, {}, {}, "blue"); }, &StateDocuments::library,
+    {"search", [](auto& s) { s.setSearchResults({}, {}, {}, {}, "blue"); },
+     &StateDocuments::library,
      R"({"search":{"albums":[],"artists":[],"playlists":[],"tracks":[],"search":"blue"}})"},
 };
 

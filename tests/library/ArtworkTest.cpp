@@ -9,7 +9,8 @@ namespace {
 
 class ArtworkTest : public ::testing::Test {
  protected:
-  std::string lookup(const std::string& location, const std::string& id, std::string* log = nullptr) {
+  std::string lookup(const std::string& location, const std::string& id,
+                     std::string* log = nullptr) {
     std::string json;
     const std::string out = captureStdout([&] { json = s.getArtwork(location, id).serialize(); });
     if (log) *log = out;

@@ -78,8 +78,7 @@ TEST_F(EncoderTest, AlbumNestsItsTracksAndPassesTheFlagDown) {
   EXPECT_EQ(std::string(R"({"id":"al1","source":2,"name":"Album","artistid":"ar1",)"
                         R"("artistname":"Artist","info":"","duration":400,"trackcount":2,)"
                         R"("tracks":[)") +
-                kTrackNoArt +
-                R"(],"available":0,"mqa":1,"libraryLocation":"","artwork":""})",
+                kTrackNoArt + R"(],"available":0,"mqa":1,"libraryLocation":"","artwork":""})",
             json(s.getAlbum(a, false)));
   const auto withArt = s.getAlbum(a, true);
   EXPECT_EQ(R"({"id":""})", withArt.at("artworkdata").serialize());

@@ -54,9 +54,10 @@ class LifecycleTest : public ::testing::Test {
 TEST_F(LifecycleTest, ServesTheBasePortAndPublishesIt) {
   const std::string log = startListening();
   EXPECT_EQ(sut.base, sut.port());
-  EXPECT_NE(std::string::npos, log.find("Try to bind with port: " + std::to_string(sut.base) + "\n"));
-  EXPECT_NE(std::string::npos, log.find("Service published on port" + std::to_string(sut.base) +
-                                        " with status 0\n"));
+  EXPECT_NE(std::string::npos,
+            log.find("Try to bind with port: " + std::to_string(sut.base) + "\n"));
+  EXPECT_NE(std::string::npos,
+            log.find("Service published on port" + std::to_string(sut.base) + " with status 0\n"));
   EXPECT_EQ(std::vector<int>{sut.base}, sut.notifier->published());
   EXPECT_EQ(std::vector<int>{sut.base}, remote.publishedPorts());
   EXPECT_EQ(400, httpGet(sut.port(), "/anything").status);

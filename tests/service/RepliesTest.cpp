@@ -15,8 +15,7 @@ namespace {
 class ReplyBench {
  public:
   explicit ReplyBench(std::function<void(http_request&)> handler)
-      : port_(findFreePortBlock(1)),
-        listener_("http://127.0.0.1:" + std::to_string(port_)) {
+      : port_(findFreePortBlock(1)), listener_("http://127.0.0.1:" + std::to_string(port_)) {
     listener_.support(web::http::methods::GET,
                       [handler](http_request request) { handler(request); });
     listener_.open().wait();
@@ -54,8 +53,8 @@ TEST_F(RepliesTest, SuccessIsABareJsonStringWithCorsHeaders) {
 }
 
 TEST_F(RepliesTest, FailureCarriesTheGivenStatusAndText) {
-  const HttpReply reply = replyWith(
-      [](auto& s, auto& r) { s.returnFailure(r, "handlePlayerPause FAILED", 401); });
+  const HttpReply reply =
+      replyWith([](auto& s, auto& r) { s.returnFailure(r, "handlePlayerPause FAILED", 401); });
   EXPECT_EQ(401, reply.status);
   EXPECT_EQ("\"handlePlayerPause FAILED\"", reply.body);
   expectCorsHeaders(reply);
@@ -137,16 +136,11 @@ TEST_F(RepliesTest, LibraryGoesOnlyToClientsWithoutToken) {
 
 TEST(ContentTypes, ExtensionsMatchExactly) {
   const std::pair<const char*, const char*> cases[] = {
-      {"/index.html", "text/html"},
-      {"/app.js", "application/javascript"},
-      {"/app.JS", "text/html"},
-      {"/style.css", "text/css"},
-      {"/cover.png", "image/png"},
-      {"/cover.jpg", "image/jpeg"},
-      {"/cover.jpeg", "text/html"},
-      {"/README", "text/html"},
-      {"/dir.v2/file", "text/html"},
-      {"", "text/html"},
+      {"/index.html", "text/html"},  {"/app.js", "application/javascript"},
+      {"/app.JS", "text/html"},      {"/style.css", "text/css"},
+      {"/cover.png", "image/png"},   {"/cover.jpg", "image/jpeg"},
+      {"/cover.jpeg", "text/html"},  {"/README", "text/html"},
+      {"/dir.v2/file", "text/html"}, {"", "text/html"},
   };
   for (const auto& [path, type] : cases) {
     EXPECT_EQ(type, VeloraRestService::getContentType(path)) << path;

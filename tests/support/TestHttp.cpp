@@ -69,11 +69,12 @@ HttpReply httpRequest(int port, const std::string& method, const std::string& ta
     ::close(fd);
     return reply;
   }
-  std::string request = method + " " + target + " HTTP/1.1\r\nHost: 127.0.0.1:" +
-                        std::to_string(port) + "\r\nConnection: close\r\n";
+  std::string request = method + " " + target +
+                        " HTTP/1.1\r\nHost: 127.0.0.1:" + std::to_string(port) +
+                        "\r\nConnection: close\r\n";
   if (!body.empty() || method == "POST" || method == "PUT") {
-    request += "Content-Type: application/json\r\nContent-Length: " +
-               std::to_string(body.size()) + "\r\n";
+    request +=
+        "Content-Type: application/json\r\nContent-Length: " + std::to_string(body.size()) + "\r\n";
   }
   request += "\r\n" + body;
   for (size_t sent = 0; sent < request.size();) {
@@ -125,8 +126,8 @@ HttpReply httpRequest(int port, const std::string& method, const std::string& ta
   while (lineEnd != std::string::npos) {
     const size_t start = lineEnd + 2;
     lineEnd = head.find("\r\n", start);
-    const std::string line = head.substr(start, lineEnd == std::string::npos ? std::string::npos
-                                                                              : lineEnd - start);
+    const std::string line =
+        head.substr(start, lineEnd == std::string::npos ? std::string::npos : lineEnd - start);
     const auto colon = line.find(':');
     if (colon == std::string::npos) continue;
     std::string value = line.substr(colon + 1);
@@ -153,8 +154,7 @@ std::string captureStdout(const std::function<void()>& fn) {
 }
 
 TempDir::TempDir() {
-  std::string pattern =
-      (std::filesystem::temp_directory_path() / "velora-test-XXXXXX").string();
+  std::string pattern = (std::filesystem::temp_directory_path() / "velora-test-XXXXXX").string();
   if (::mkdtemp(pattern.data()) == nullptr) ADD_FAILURE() << "mkdtemp failed";
   path_ = pattern;
 }

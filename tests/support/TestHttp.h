@@ -12,7 +12,7 @@ namespace velora_test {
 int findFreePortBlock(int count = 10);
 
 struct HttpReply {
-  int status = 0;  // 0 when no reply came
+  int status = 0;                              // 0 when no reply came
   std::map<std::string, std::string> headers;  // names lower-cased
   std::string body;
 

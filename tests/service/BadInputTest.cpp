@@ -1,0 +1,96 @@
+#include <atomic>
+#include <thread>
+
+#include <gtest/gtest.h>
+
+#include "support/RoutedService.h"
+
+using namespace velora_test;
+
+namespace {
+
+class BadInputTest : public RoutedService {};
+
+// Whatever arrives, the service answers, fires nothing for what it rejects,
+// and serves the next request normally.
+TEST_F(BadInputTest, HostileRequestsAreAnsweredAndForgotten) {
+  const std::string longPath(64 * 1024, 'p');
+  const std::string longQuery = "/playback?volume=" + std::string(20000, '9');
+  const char* targets[] = {
+      "/irc",                         // missing sub-route
+      "/settings",                    //
+      "/playback?volume=",            // empty number
+      "/playback?volume=-",           //
+      "/irc?gain=2147483648",         // out of range
+      "/authenticate?code=",          //
+      "/disconnect?code=x",           //
+      "/%zz",                         // broken escapes
+      "/ping%",                       //
+      "/playback/move?position=%41",  //
+      "/status%00",                   //
+  };
+  for (const char* target : targets) {
+    EXPECT_GE(get(target).status, 400) << target;
+  }
+  EXPECT_NE(0, get("/" + longPath).status);
+  EXPECT_GE(get(longQuery).status, 400);
+  EXPECT_TRUE(host.calls().empty());
+  // A number is read from its leading digits, as decimal conversion does.
+  EXPECT_EQ(200, get("/playback?volume=12abc").status);
+  EXPECT_EQ(std::vector<std::string>{"onSetVolume 12"}, host.calls());
+  EXPECT_EQ("\"SUCCESS\"", get("/ping").body);
+}
+
+TEST_F(BadInputTest, RawGarbageOnTheSocketDoesNotStopTheService) {
+  for (const char* method : {"BREW", "GET /../../etc/passwd", "\x01\x02\x03"}) {
+    httpRequest(port, method, "/ping", "", 1000);
+  }
+  EXPECT_EQ(200, get("/ping").status);
+}
+
+TEST_F(BadInputTest, RequestsDuringShutdownEndCleanly) {
+  std::atomic<bool> stop{false};
+  std::vector<std::thread> clients;
+  for (int i = 0; i < 4; ++i) {
+    clients.emplace_back([&, i] {
+      while (!stop) httpGet(port, i % 2 ? "/ping" : "/status", 1500);
+    });
+  }
+  std::this_thread::sleep_for(std::chrono::milliseconds(300));
+  s.shutdown();
+  stop = true;
+  for (auto& c : clients) c.join();
+  captureStdout([&] { s.startListening(); });
+  EXPECT_EQ("\"SUCCESS\"", get("/ping").body);
+}
+
+// Clients and host threads at once; ThreadSanitizer watches this one.
+TEST_F(BadInputTest, ClientsAndHostRunConcurrently) {
+  host.onCall("onGetHeartbeat", [this] { s.setGetHeartbeatResponse(R"({"ok":1})"); });
+  std::atomic<bool> stop{false};
+  std::atomic<int> answered{0};
+  std::vector<std::thread> threads;
+  for (int i = 0; i < 4; ++i) {
+    threads.emplace_back([&, i] {
+      const char* target[] = {"/ping", "/getHeartbeat", "/playback?volume=3", "/status"};
+      while (!stop) {
+        if (httpGet(port, target[i], 2000).status != 0) ++answered;
+      }
+    });
+  }
+  threads.emplace_back([&] {
+    int v = 0;
+    while (!stop) {
+      s.setVolumeLevel(v++ % 100);
+      s.setGetDevicesResponse("[]");
+      std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+  });
+  std::this_thread::sleep_for(std::chrono::milliseconds(1500));
+  stop = true;
+  for (auto& t : threads) t.join();
+  EXPECT_GT(answered.load(), 20);
+  EXPECT_EQ("\"SUCCESS\"", get("/ping").body);
+}
+
+}  // namespace
