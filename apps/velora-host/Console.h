@@ -9,9 +9,13 @@
 // threads, several at once, so every line is written whole under a mutex.
 class Console {
  public:
+  // Callbacks are not logged when quiet (for load measurements).
+  void setQuiet(bool quiet) { quiet_ = quiet; }
+
   // Prints "[host] <name> <arg> <arg>..." as one line.
   template <typename... Args>
   void call(const char* name, const Args&... args) {
+    if (quiet_) return;
     std::ostringstream line;
     line << name;
     (append(line, args), ...);
@@ -41,4 +45,5 @@ class Console {
   }
 
   std::mutex mutex_;
+  bool quiet_ = false;
 };

@@ -23,10 +23,11 @@ struct Options {
   int port = 0;  // 0 keeps the library's own base port
   Approval approval = Approval::Auto;
   bool help = false;
+  bool quiet = false;
 };
 
 void printUsage(std::ostream& out) {
-  out << "usage: velora-host [--port N] [--approve auto|prompt] [--help]\n"
+  out << "usage: velora-host [--port N] [--approve auto|prompt] [--quiet] [--help]\n"
          "\n"
          "Serves the Velora web remote and logs every request a remote client makes.\n"
          "\n"
@@ -36,6 +37,7 @@ void printUsage(std::ostream& out) {
       << "\n"
          "  --approve auto   approve every remote client that asks to pair (default)\n"
          "  --approve prompt ask on this console before approving a client\n"
+         "  --quiet          do not log each callback\n"
          "  --help           show this text\n";
 }
 
@@ -56,6 +58,8 @@ bool parseOptions(int argc, char** argv, Options& options) {
     const bool hasValue = i + 1 < argc;
     if (arg == "--help" || arg == "-h") {
       options.help = true;
+    } else if (arg == "--quiet") {
+      options.quiet = true;
     } else if (arg == "--port" && hasValue) {
       if (!parsePort(argv[++i], options.port)) {
         std::cerr << "velora-host: --port needs a number from 1 to " << 65535 - 9 << "\n";
@@ -172,6 +176,7 @@ int main(int argc, char** argv) {
   if (options.port != 0) mServicePort = options.port;
 
   Console console;
+  console.setQuiet(options.quiet);
   console.say("Velora Remote " + getSDKVersionStr() + " reference host");
   IVeloraRemoteCoordinator& service = *VeloraRemoteSDK::getVeloraService();
 
