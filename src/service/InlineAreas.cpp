@@ -16,21 +16,19 @@ struct DspArea {
   void (L::*requestPreset)();
 };
 
-// "enable" switches the stage; otherwise the second segment asks for the
-// list, the state or the preset, which the host pushes through "status".
-// Returns false when nothing matched, for the area to try its own words.
-template <typename L>
-bool routeDsp(RouteRequest& r, const DspArea<L>& area) {
+// "enable" switches the stage; otherwise the stage's own words (the IRC
+// gain) are tried, then the second segment asks for the list, the state or
+// the preset, which the host pushes back through "status".
+template <typename L, typename Own = bool (*)(RouteRequest&)>
+void routeStage(
+    RouteRequest& r, const DspArea<L>& area, Own own = [](RouteRequest&) { return false; }) {
   if (r.has("enable")) {
     bool enabled = toBool(r.text("enable"));
     area.listeners.stable_fire(area.setState, enabled);
-    return true;
+    return;
   }
-  return false;
-}
-
-template <typename L>
-void requestDsp(const std::string& what, const DspArea<L>& area) {
+  if (own(r)) return;
+  const std::string& what = r.segment(1);
   if (what == "list") {
     area.listeners.stable_fire(area.requestList);
   } else if (what == "state") {
@@ -44,42 +42,43 @@ void requestDsp(const std::string& what, const DspArea<L>& area) {
 
 void VeloraRestService::routeEqualizer(RouteRequest& r) {
   using L = IVeloraEqualizerServiceListener;
-  const DspArea<L> area{equalizerListeners_, &L::onSetEQState, &L::onRequestEQPresetList,
-                        &L::onRequestEQState, &L::onRequestEQPreset};
-  if (!routeDsp(r, area)) requestDsp(r.segment(1), area);
+  routeStage(r, DspArea<L>{equalizerListeners_, &L::onSetEQState, &L::onRequestEQPresetList,
+                           &L::onRequestEQState, &L::onRequestEQPreset});
   returnSuccess(r.http, "SUCCESS");
 }
 
 void VeloraRestService::routeHP(RouteRequest& r) {
   using L = IVeloraHPServiceListener;
-  const DspArea<L> area{hpListeners_, &L::onSetHPState, &L::onRequestHPPresetList,
-                        &L::onRequestHPState, &L::onRequestHPPreset};
-  if (!routeDsp(r, area)) requestDsp(r.segment(1), area);
+  routeStage(r, DspArea<L>{hpListeners_, &L::onSetHPState, &L::onRequestHPPresetList,
+                           &L::onRequestHPState, &L::onRequestHPPreset});
   returnSuccess(r.http, "SUCCESS");
 }
 
 void VeloraRestService::routeAC(RouteRequest& r) {
   using L = IVeloraACServiceListener;
-  const DspArea<L> area{acListeners_, &L::onSetACState, &L::onRequestACPresetList,
-                        &L::onRequestACState, &L::onRequestACPreset};
-  if (!routeDsp(r, area)) requestDsp(r.segment(1), area);
+  routeStage(r, DspArea<L>{acListeners_, &L::onSetACState, &L::onRequestACPresetList,
+                           &L::onRequestACState, &L::onRequestACPreset});
   returnSuccess(r.http, "SUCCESS");
 }
 
 void VeloraRestService::routeIRC(RouteRequest& r) {
   using L = IVeloraIRCServiceListener;
-  const DspArea<L> area{ircListeners_, &L::onSetIRCState, &L::onRequestIRCPresetList,
-                        &L::onRequestIRCState, &L::onRequestIRCPreset};
-  if (!routeDsp(r, area)) {
-    if (r.has("gain")) {
-      int gain = r.number("gain");
-      ircListeners_.stable_fire(&L::onSetIRCGain, gain);
-    } else if (r.segment(1) == "gain") {
-      ircListeners_.stable_fire(&L::onRequestIRCGain);
-    } else {
-      requestDsp(r.segment(1), area);
+  auto gain = [this](RouteRequest& req) {
+    if (req.has("gain")) {
+      int value = req.number("gain");
+      ircListeners_.stable_fire(&L::onSetIRCGain, value);
+      return true;
     }
-  }
+    if (req.segment(1) == "gain") {
+      ircListeners_.stable_fire(&L::onRequestIRCGain);
+      return true;
+    }
+    return false;
+  };
+  routeStage(r,
+             DspArea<L>{ircListeners_, &L::onSetIRCState, &L::onRequestIRCPresetList,
+                        &L::onRequestIRCState, &L::onRequestIRCPreset},
+             gain);
   returnSuccess(r.http, "SUCCESS");
 }
 
