@@ -305,6 +305,56 @@ class VeloraRestService : public IVeloraRemoteCoordinator,
   void handlePlayerHeartbeat(RouteRequest& r);
   void handlePlayerPlay(RouteRequest& r);
 
+  // Transport of the player application.
+  void handlePlayerSetItem(RouteRequest& r);
+  void handleSetPlaybackItem(RouteRequest& r);
+  void handleSetPlayState(RouteRequest& r);
+  void handleGetPlayState(RouteRequest& r);
+  void handleGetNowPlaying(RouteRequest& r);
+  void handleInputMode(RouteRequest& r);
+  void handleNavigation(RouteRequest& r);
+
+  // Presets of the sound-processing stages.
+  void handleGetEQPresetList(RouteRequest& r);
+  void handleGetEQPreset(RouteRequest& r);
+  void handleSetEQPreset(RouteRequest& r);
+  void handleGetHPPresetList(RouteRequest& r);
+  void handleGetHPPreset(RouteRequest& r);
+  void handleSetHPPreset(RouteRequest& r);
+  void handleGetACPresetList(RouteRequest& r);
+  void handleGetACPreset(RouteRequest& r);
+  void handleSetACPreset(RouteRequest& r);
+  void handleGetIRCPresetList(RouteRequest& r);
+  void handleGetIRCPreset(RouteRequest& r);
+  void handleSetIRCPreset(RouteRequest& r);
+  template <typename L>
+  void setPreset(RouteRequest& r, detail::ObservableBase<L>& listeners,
+                 void (L::*callback)(const char*&, const char*&, int&), const char* failure);
+
+  // Library browsing.
+  void routeLibrary(RouteRequest& r);
+  void handleGetAlbum(RouteRequest& r);
+  void handleGetArtist(RouteRequest& r);
+  void handleGetArtistInfo(RouteRequest& r);
+  void handleGetAlbumInfo(RouteRequest& r);
+  void handleGetPlaylistInfo(RouteRequest& r);
+  void handleSetPlaylistInfo(RouteRequest& r);
+  bool requireId(RouteRequest& r);
+  void libraryTrack(RouteRequest& r);
+  void libraryArtwork(RouteRequest& r);
+  void librarySearch(RouteRequest& r);
+  void libraryPlaynext(RouteRequest& r);
+  void libraryGenres(RouteRequest& r);
+  void libraryPlaylist(RouteRequest& r);
+  void libraryMood(RouteRequest& r);
+  void libraryAlbum(RouteRequest& r);
+  void libraryArtist(RouteRequest& r);
+  void libraryAddToMyMusic(RouteRequest& r);
+  void libraryAddToPlaylist(RouteRequest& r);
+  void libraryTracks(RouteRequest& r);
+  void libraryArtists(RouteRequest& r);
+  void libraryAlbums(RouteRequest& r);
+
   // Listener registries, one per host interface.
   detail::ObservableBase<IVeloraPlaybackServiceListener> playbackListeners_;
   detail::ObservableBase<IVeloraEqualizerServiceListener> equalizerListeners_;
