@@ -140,10 +140,13 @@ DBUS_SYSTEM_BUS_ADDRESS=unix:path=/nonexistent AVAHI_COMPAT_NOWARN=1 \
 host_pid=$!
 trap 'kill -9 "$host_pid" 2>/dev/null || true' EXIT
 
-url=http://127.0.0.1:$base
+# The service takes the first free port of ten from the base; another test
+# may have taken the base meanwhile, so read the port it reports.
 ready=0
 for _ in $(seq 150); do
-  if curl -s -o /dev/null "$url/"; then
+  served=$(grep -o 'Service published on port[0-9]*' "$work/host.log" | tail -n 1 | sed 's/.*port//' || true)
+  url=http://127.0.0.1:${served:-$base}
+  if [ -n "$served" ] && curl -s -o /dev/null "$url/"; then
     ready=1
     break
   fi
