@@ -196,7 +196,3 @@ void VeloraRestService::routeNothing(RouteRequest& r) {
   // "log" carries a "message" for debugging clients; nothing is done with it.
   (void)r.text("message");
 }
-
-void VeloraRestService::routeNotServed(RouteRequest& r) {
-  returnFailure(r.http, r.decodedPath, status_codes::BadRequest);
-}

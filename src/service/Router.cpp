@@ -110,6 +110,17 @@ void VeloraRestService::conclude(RouteRequest& r, int status, const Outcome& out
   }
 }
 
+bool VeloraRestService::require(RouteRequest& r, std::initializer_list<const char*> keys,
+                                const char* failure, unsigned short status) {
+  for (const char* key : keys) {
+    if (!r.has(key)) {
+      returnFailure(r.http, failure, status);
+      return false;
+    }
+  }
+  return true;
+}
+
 void VeloraRestService::reply(RouteRequest& r, const SuccessReply& success) {
   switch (success.kind) {
     case SuccessReply::Text:

@@ -276,6 +276,9 @@ class VeloraRestService : public IVeloraRemoteCoordinator,
     exchange(r, libraryListeners_, outcome, callback, std::forward<Args>(args)...);
   }
   void conclude(RouteRequest& r, int status, const Outcome& outcome);
+  // False, after answering `failure` with `status`, when a key is missing.
+  bool require(RouteRequest& r, std::initializer_list<const char*> keys, const char* failure,
+               unsigned short status = 401);
   void reply(RouteRequest& r, const SuccessReply& success);
 
   // Routes answered by the router itself.
@@ -291,7 +294,6 @@ class VeloraRestService : public IVeloraRemoteCoordinator,
   void routePlayerPause(RouteRequest& r);
   void routePlayerPlay(RouteRequest& r);
   void routeNothing(RouteRequest& r);
-  void routeNotServed(RouteRequest& r);
   void answerStatus(web::http::http_request request, ChangeFeed::Clock::time_point deadline,
                     bool signalled);
 
@@ -354,6 +356,49 @@ class VeloraRestService : public IVeloraRemoteCoordinator,
   void libraryTracks(RouteRequest& r);
   void libraryArtists(RouteRequest& r);
   void libraryAlbums(RouteRequest& r);
+
+  // Account, options and devices, stash and downloads, scanning, playlists.
+  void handleLogin(RouteRequest& r);
+  void handleGetLogin(RouteRequest& r);
+  void handleLogout(RouteRequest& r);
+  void handleGetDevices(RouteRequest& r);
+  void handleSetDevice(RouteRequest& r);
+  void handleGetOptions(RouteRequest& r);
+  void handleSetOptions(RouteRequest& r);
+  void handleGetAppConfig(RouteRequest& r);
+  void handleDeviceWindow(RouteRequest& r);
+  void handleSelectLocalArtworkLocation(RouteRequest& r);
+  void handleGetLocalArtworkLocation(RouteRequest& r);
+  void handleSelectLocalDownloadLocation(RouteRequest& r);
+  void handleGetLocalDownloadLocation(RouteRequest& r);
+  void handleGetUserStash(RouteRequest& r);
+  void handleAddStashItem(RouteRequest& r);
+  void handleRemoveStashItem(RouteRequest& r);
+  void handleGetItemsForSkuId(RouteRequest& r);
+  void handleStartDownload(RouteRequest& r);
+  void handleCancelDownload(RouteRequest& r);
+  void handlePauseDownload(RouteRequest& r);
+  void handleResumeDownload(RouteRequest& r);
+  void handleGetDownloadStatus(RouteRequest& r);
+  void handleScanFiles(RouteRequest& r);
+  void handleScanLocalFiles(RouteRequest& r);
+  void handleScanCancel(RouteRequest& r);
+  void handleScanGetProgress(RouteRequest& r);
+  void handleClearLocalCache(RouteRequest& r);
+  void handleGetLocalLibrary(RouteRequest& r);
+  void handleAddToLibrary(RouteRequest& r);
+  void handleShowTrackFile(RouteRequest& r);
+  void handleGetAvailableYearsForArtist(RouteRequest& r);
+  void handleSetHistory(RouteRequest& r);
+  void handleGetHistory(RouteRequest& r);
+  void handleCreatePlaylist(RouteRequest& r);
+  void handleDeletePlaylist(RouteRequest& r);
+  void handleDeleteItem(RouteRequest& r);
+  void handleAddItemToPlaylist(RouteRequest& r);
+  void handleRemoveItemFromPlaylist(RouteRequest& r);
+  void handleMoveItemInPlaylist(RouteRequest& r);
+  void handleSearch(RouteRequest& r);
+  void handleSearchTidal(RouteRequest& r);
 
   // Listener registries, one per host interface.
   detail::ObservableBase<IVeloraPlaybackServiceListener> playbackListeners_;
