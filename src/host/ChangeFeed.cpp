@@ -25,6 +25,15 @@ void ChangeFeed::raise() {
   wakeup_.notify_all();
 }
 
+void ChangeFeed::releaseAll() {
+  {
+    std::lock_guard<std::mutex> lock(mutex_);
+    for (auto& entry : waiting_) ready_.emplace_back(std::move(entry.second.waiter), false);
+    waiting_.clear();
+  }
+  wakeup_.notify_all();
+}
+
 bool ChangeFeed::raised() const {
   std::lock_guard<std::mutex> lock(mutex_);
   return raised_;

@@ -36,6 +36,9 @@ class ChangeFeed {
   // is woken at once (so a raise just before the registration is not lost).
   void wait(Clock::time_point deadline, Waiter waiter);
 
+  // Wakes every waiter at once, without a signal (when the service closes).
+  void releaseAll();
+
   // Waits on the calling thread; true when woken by a raise().
   bool waitUntil(Clock::time_point deadline);
 

@@ -92,7 +92,7 @@ void VeloraRestService::routeAuthenticate(RouteRequest& r) {
   }
   web::http::http_response response(status_codes::OK);
   response.set_body(value::object(std::move(fields), true));
-  r.http.reply(response);
+  send(r.http, response);
 }
 
 void VeloraRestService::authenticate(int code, const char* product, Capabilities& capabilities) {

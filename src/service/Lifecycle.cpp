@@ -100,13 +100,22 @@ void VeloraRestService::startListening() {
 void VeloraRestService::shutdown() {
   std::lock_guard<std::mutex> guard(listenerMutex_);
   if (!listener_) return;
+  // The change wakes one waiting poll with what is pending; every other poll
+  // is answered at once rather than after the listener is gone.
+  closing_ = true;
   Notify();
+  feed_.releaseAll();
+  {
+    std::unique_lock<std::mutex> lock(inflightMutex_);
+    drained_.wait_for(lock, std::chrono::seconds(2), [this] { return inflight_ == 0; });
+  }
   try {
     listener_->close().wait();
   } catch (const std::exception& e) {
     // A listener that never opened has nothing to close.
   }
   listener_.reset();
+  closing_ = false;
 }
 
 void VeloraRestService::Notify() { feed_.raise(); }

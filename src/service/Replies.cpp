@@ -23,22 +23,40 @@ void VeloraRestService::addResponseHeaders(http_response& response) {
   headers.add("Access-Control-Allow-Headers", "Origin,Content-Type,Accept,X-Requested-With");
 }
 
-namespace {
-void replyJson(http_request& request, web::http::status_code status, const value& body) {
-  http_response response(status);
-  VeloraRestService::addResponseHeaders(response);
-  response.set_body(body);
-  request.reply(response);
+void VeloraRestService::admit() {
+  std::lock_guard<std::mutex> lock(inflightMutex_);
+  ++inflight_;
 }
-}  // namespace
+
+void VeloraRestService::send(http_request& request, const http_response& response) {
+  auto done = [this] {
+    std::lock_guard<std::mutex> lock(inflightMutex_);
+    if (--inflight_ == 0) drained_.notify_all();
+  };
+  try {
+    // The client may be gone; a reply that cannot be sent is nobody's error.
+    request.reply(response).then([done](pplx::task<void> sent) {
+      try {
+        sent.get();
+      } catch (...) {
+      }
+      done();
+    });
+  } catch (...) {
+    done();
+  }
+}
 
 void VeloraRestService::returnSuccess(http_request& request, std::string text) {
-  replyJson(request, status_codes::OK, value::string(text));
+  returnFailure(request, std::move(text), status_codes::OK);
 }
 
 void VeloraRestService::returnFailure(http_request& request, std::string text,
                                       unsigned short status) {
-  replyJson(request, status, value::string(text));
+  http_response response(status);
+  addResponseHeaders(response);
+  response.set_body(value::string(text));
+  send(request, response);
 }
 
 void VeloraRestService::returnValue(http_request& request, value& v, bool omitNull) {
@@ -52,17 +70,17 @@ void VeloraRestService::sendValue(http_request& request, const value& v, bool om
   http_response response(status_codes::OK);
   addResponseHeaders(response);
   if (!(omitNull && v.is_null())) response.set_body(v);
-  request.reply(response);
+  send(request, response);
 }
 
 void VeloraRestService::returnLibrary(http_request& request, bool hasToken) {
   if (hasToken) {
     // Token holders receive library data through the "status" poll.
-    request.reply(status_codes::OK);
+    send(request, status_codes::OK);
     return;
   }
   std::lock_guard<std::mutex> lock(cache_.stateMutex);
-  replyJson(request, status_codes::OK, cache_.docs.library);
+  sendValue(request, cache_.docs.library, false);
 }
 
 void VeloraRestService::returnSuccessIfNeeded(http_request& request) {

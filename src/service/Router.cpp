@@ -7,20 +7,22 @@ using web::http::http_request;
 using web::http::status_codes;
 using web::json::value;
 
-namespace {
+namespace {}  // namespace
 
-// Every failure a handler can raise ends here: a missing segment or a
-// malformed number answers 500, like any other error, and the service goes on.
+// Every request is counted in until its reply is out, and every failure a
+// handler can raise ends here: a missing segment or a malformed number
+// answers 500, like any other error, and the service goes on.
 template <typename F>
-void guarded(http_request& request, F&& work) {
+void VeloraRestService::guarded(http_request& request, F&& work) {
+  admit();
   try {
     work();
-  } catch (const std::exception&) {
-    request._reply_if_not_already(status_codes::InternalError);
   } catch (...) {
-    request._reply_if_not_already(status_codes::InternalError);
+    if (!request.get_response().is_done()) send(request, status_codes::InternalError);
   }
 }
+
+namespace {
 
 const VeloraRestService::GetRoute* findRoute(const RouteRequest& r) {
   const std::string exact = path(r.segments, 0, false);
@@ -53,12 +55,12 @@ void VeloraRestService::handle_post(http_request request) {
     RouteRequest r(request);
     auto token = r.query.find("token");
     if (token == r.query.end()) {
-      request.reply(status_codes::Forbidden);
+      send(request, status_codes::Forbidden);
       return;
     }
     // An unknown token is accepted and ignored on purpose.
     if (!hasConnection(token->second)) {
-      request.reply(status_codes::OK);
+      send(request, status_codes::OK);
       return;
     }
 
@@ -92,13 +94,17 @@ void VeloraRestService::handle_post(http_request request) {
         }
       });
     }
-    request.reply(status_codes::OK);
+    send(request, status_codes::OK);
   });
 }
 
-void VeloraRestService::handle_put(http_request request) { request.reply(status_codes::OK); }
+void VeloraRestService::handle_put(http_request request) {
+  guarded(request, [&] { send(request, status_codes::OK); });
+}
 
-void VeloraRestService::handle_delete(http_request request) { request.reply(status_codes::OK); }
+void VeloraRestService::handle_delete(http_request request) {
+  guarded(request, [&] { send(request, status_codes::OK); });
+}
 
 void VeloraRestService::conclude(RouteRequest& r, int status, const Outcome& outcome) {
   if (status == 0) {

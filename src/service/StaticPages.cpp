@@ -43,7 +43,7 @@ bool VeloraRestService::serveStaticPage(http_request& request, const std::string
     bool allow = false;
     libraryListeners_.stable_fire(&IVeloraLibraryServiceListener::onPageServed, path, allow);
     if (!allow) {
-      request.reply(status_codes::Forbidden);
+      send(request, status_codes::Forbidden);
     } else {
       serveFile(request, file, contentType);
     }
@@ -64,22 +64,20 @@ void VeloraRestService::serveFile(http_request& request, const std::string& file
   // Only regular files stream: a folder opens for reading too, but has no
   // content to send.
   if (!isRegularFile(file)) {
-    request.reply(status_codes::NotFound);
+    send(request, status_codes::NotFound);
     return;
   }
   const auto size = filesize(file.c_str());
   concurrency::streams::fstream::open_istream(file, std::ios::in | std::ios::binary)
-      .then([request, size, contentType](concurrency::streams::istream stream) mutable {
-        http_response response(status_codes::OK);
-        response.set_body(stream, static_cast<utility::size64_t>(size), contentType);
-        return request.reply(response);
-      })
-      .then([request](pplx::task<void> sent) mutable {
+      .then([this, request, size, contentType](pplx::task<concurrency::streams::istream> opened) {
+        http_request client = request;
         try {
-          sent.get();
+          http_response response(status_codes::OK);
+          response.set_body(opened.get(), static_cast<utility::size64_t>(size), contentType);
+          send(client, response);
         } catch (...) {
-          // The file vanished or failed while streaming: answer if nobody has.
-          request._reply_if_not_already(status_codes::NotFound);
+          // The file vanished between the check and the opening.
+          send(client, status_codes::NotFound);
         }
       });
 }

@@ -255,8 +255,13 @@ class VeloraRestService : public IVeloraRemoteCoordinator,
   // local-library answer, which this compares against).
   void returnValue(web::http::http_request& request, web::json::value& value, bool omitNull);
   void returnLibrary(web::http::http_request& request, bool hasToken);
-  static void sendValue(web::http::http_request& request, const web::json::value& value,
-                        bool omitNull);
+  void sendValue(web::http::http_request& request, const web::json::value& value, bool omitNull);
+  // Every reply leaves through here, so that shutdown() can wait for replies
+  // still being written before it closes the listener.
+  void send(web::http::http_request& request, const web::http::http_response& response);
+  void send(web::http::http_request& request, web::http::status_code status) {
+    send(request, web::http::http_response(status));
+  }
   void returnSuccessIfNeeded(web::http::http_request& request);
   static std::string getContentType(std::string path);
 
@@ -296,6 +301,8 @@ class VeloraRestService : public IVeloraRemoteCoordinator,
   void routeNothing(RouteRequest& r);
   void answerStatus(web::http::http_request request, ChangeFeed::Clock::time_point deadline,
                     bool signalled);
+  void answerStatusNow(web::http::http_request& client, ChangeFeed::Clock::time_point deadline,
+                       bool signalled);
 
   // Client control.
   void handlePairing(RouteRequest& r);
@@ -435,6 +442,16 @@ class VeloraRestService : public IVeloraRemoteCoordinator,
 
   StateCache cache_;
   ChangeFeed feed_;
+  // Requests taken in and not yet fully answered (parked polls included). The
+  // listener is closed only once they are out: the HTTP library cannot close
+  // under a reply still being written.
+  std::mutex inflightMutex_;
+  std::condition_variable drained_;
+  int inflight_ = 0;
+  std::atomic<bool> closing_{false};
+  void admit();
+  template <typename F>
+  void guarded(web::http::http_request& request, F&& work);
   std::atomic<int> port_{0};
 
   // Digests of pictures already sent, and where each was last seen.
