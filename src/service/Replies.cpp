@@ -47,16 +47,23 @@ void VeloraRestService::send(http_request& request, const http_response& respons
   }
 }
 
+namespace {
+// A reply whose whole body is one JSON string.
+http_response textReply(web::http::status_code status, std::string text) {
+  http_response response(status);
+  VeloraRestService::addResponseHeaders(response);
+  response.set_body(value::string(std::move(text)));
+  return response;
+}
+}  // namespace
+
 void VeloraRestService::returnSuccess(http_request& request, std::string text) {
-  returnFailure(request, std::move(text), status_codes::OK);
+  send(request, textReply(status_codes::OK, std::move(text)));
 }
 
 void VeloraRestService::returnFailure(http_request& request, std::string text,
                                       unsigned short status) {
-  http_response response(status);
-  addResponseHeaders(response);
-  response.set_body(value::string(text));
-  send(request, response);
+  send(request, textReply(status, std::move(text)));
 }
 
 void VeloraRestService::returnValue(http_request& request, value& v, bool omitNull) {
