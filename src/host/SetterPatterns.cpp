@@ -4,10 +4,15 @@
 using web::json::value;
 
 void VeloraRestService::publishState(value StateDocuments::*document, const char* key, value v) {
+  publishState(document, {{key, std::move(v)}});
+}
+
+void VeloraRestService::publishState(value StateDocuments::*document,
+                                     std::vector<std::pair<const char*, value>> entries) {
   std::lock_guard<std::mutex> lock(cache_.stateMutex);
   value& doc = cache_.docs.*document;
   if (!doc.is_object()) doc = value::object(true);
-  doc[key] = std::move(v);
+  for (auto& [key, v] : entries) doc[key] = std::move(v);
   feed_.raise();
 }
 

@@ -20,6 +20,15 @@ bool deleting(const RouteRequest& r) { return path(r.segments, 2, false) == "del
 // Paging values of the list requests; -1 leaves the choice to the host.
 int pageValue(const RouteRequest& r, const char* key) { return r.has(key) ? r.number(key) : -1; }
 
+// Asks for one page of a list: index, count and source as the client gave them.
+template <typename Fire>
+void requestPage(const RouteRequest& r, Fire fire) {
+  int index = pageValue(r, "index");
+  int count = pageValue(r, "count");
+  auto source = static_cast<VeloraLibraryItemSource>(r.has("source") ? r.number("source") : 0);
+  fire(index, count, source);
+}
+
 }  // namespace
 
 void VeloraRestService::routeLibrary(RouteRequest& r) {
@@ -109,10 +118,9 @@ void VeloraRestService::libraryPlaylist(RouteRequest& r) {
     CText id(r.text("id"));
     libraryListeners_.stable_fire(&L::onRequestPlaylist, id);
   } else {
-    int index = pageValue(r, "index");
-    int count = pageValue(r, "count");
-    auto source = static_cast<VeloraLibraryItemSource>(r.has("source") ? r.number("source") : 0);
-    libraryListeners_.stable_fire(&L::onRequestPlaylists, index, count, source);
+    requestPage(r, [this](int& i, int& c, VeloraLibraryItemSource& src) {
+      libraryListeners_.stable_fire(&L::onRequestPlaylists, i, c, src);
+    });
   }
 }
 
@@ -162,16 +170,6 @@ void VeloraRestService::libraryAddToPlaylist(RouteRequest& r) {
   CText playlist(r.text("playlistid"));
   libraryListeners_.stable_fire(&L::onRequestAddToPlaylist, id, playlist);
 }
-
-namespace {
-template <typename Fire>
-void requestPage(const RouteRequest& r, Fire fire) {
-  int index = pageValue(r, "index");
-  int count = pageValue(r, "count");
-  auto source = static_cast<VeloraLibraryItemSource>(r.has("source") ? r.number("source") : 0);
-  fire(index, count, source);
-}
-}  // namespace
 
 void VeloraRestService::libraryTracks(RouteRequest& r) {
   requestPage(r, [this](int& i, int& c, VeloraLibraryItemSource& s) {

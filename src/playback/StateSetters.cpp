@@ -62,15 +62,9 @@ void VeloraRestService::setIRCGain(int gain) {
 }
 
 void VeloraRestService::setIRCCurrentPreset(IRCPreset& preset) {
-  // The current preset's id is repeated at the top of the document; both keys
-  // change in one step so that a poll never sees one without the other.
-  value json = getIRCPreset(preset);
-  std::lock_guard<std::mutex> lock(cache_.stateMutex);
-  value& doc = cache_.docs.irc;
-  if (!doc.is_object()) doc = value::object(true);
-  doc["preset"] = std::move(json);
-  doc["id"] = value::number(preset.id);
-  feed_.raise();
+  // The current preset's id is repeated at the top of the document.
+  publishState(&StateDocuments::irc,
+               {{"preset", getIRCPreset(preset)}, {"id", value::number(preset.id)}});
 }
 
 void VeloraRestService::setIRCPresetList(std::vector<IRCPreset>& presets) {

@@ -423,6 +423,10 @@ class VeloraRestService : public IVeloraRemoteCoordinator,
   // flag and wake one waiting poll. The value is built before the call.
   void publishState(web::json::value StateDocuments::*document, const char* key,
                     web::json::value value);
+  // The same for keys that change together, so that a poll never sees one
+  // without the others.
+  void publishState(web::json::value StateDocuments::*document,
+                    std::vector<std::pair<const char*, web::json::value>> entries);
   // The answer patterns: replace a slot; no poll is woken.
   void storeSlot(web::json::value ResponseSlots::*slot, web::json::value value);
   void storeLocalLibraryPage(web::json::value items, const char* etag, int itemCount,
