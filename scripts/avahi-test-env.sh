@@ -76,7 +76,7 @@ start_bus() {
     return 0
   fi
   [ "$(id -u)" -eq 0 ] || die "no system bus answers on $BUS_SOCKET and starting one needs root"
-  command -v dbus-daemon >/dev/null || die "dbus-daemon is not installed (run scripts/install-deps.sh)"
+  command -v dbus-daemon >/dev/null || die "dbus-daemon is not installed (run scripts/install-deps.sh --tests)"
   mkdir -p /run/dbus "$STATE_DIR"
   dbus-uuidgen --ensure || die "dbus-uuidgen --ensure failed"
   # The bus drops root before exiting, so a stopped bus leaves its pid file
@@ -104,7 +104,7 @@ start_avahi() {
     return 0
   fi
   [ "$(id -u)" -eq 0 ] || die "no avahi-daemon runs and starting one needs root"
-  command -v avahi-daemon >/dev/null || die "avahi-daemon is not installed (run scripts/install-deps.sh)"
+  command -v avahi-daemon >/dev/null || die "avahi-daemon is not installed (run scripts/install-deps.sh --tests)"
   [ -r "$CONF" ] || die "missing $CONF"
   mkdir -p "$STATE_DIR"
   # A daemon that died uncleanly leaves its pid file, and --check trusts it.
@@ -156,7 +156,7 @@ stop_ours() {  # stop_ours NAME COMMAND
 
 case "${1:-}" in
   start)
-    command -v avahi-browse >/dev/null || die "avahi-browse is not installed (run scripts/install-deps.sh)"
+    command -v avahi-browse >/dev/null || die "avahi-browse is not installed (run scripts/install-deps.sh --tests)"
     # Several test runs may set up at once; one at a time keeps the pid files
     # sane. The daemons must not inherit the lock, or it outlives the script.
     exec 9>>"/tmp/velora-avahi-test.lock" || die "cannot open /tmp/velora-avahi-test.lock"

@@ -1,17 +1,28 @@
 #!/usr/bin/env bash
-# Installs the Debian packages the build and the tests need. Idempotent: a
-# package that is already installed is skipped, so a warm machine costs a
-# dpkg query and nothing else.
+# Installs the Debian packages the build needs; with --tests, also what the
+# tests need (daemons they start, the browser and Node.js for the web remote's
+# end-to-end test). Idempotent: a package that is already installed is
+# skipped, so a warm machine costs a dpkg query and nothing else.
 set -euo pipefail
+
+for_tests=0
+if [ "${1:-}" = "--tests" ]; then for_tests=1; fi
 
 build_pkgs=(
   build-essential cmake pkg-config git ca-certificates
   libcpprest-dev libboost-system-dev libboost-thread-dev libboost-chrono-dev
   libssl-dev uuid-dev zlib1g-dev libavahi-compat-libdnssd-dev
-  libgtest-dev libgmock-dev curl
+  libgtest-dev libgmock-dev curl libtag1-dev
 )
-# Daemons the tests start themselves (publication over DNS-SD).
-test_pkgs=(dbus avahi-daemon avahi-utils)
+# Daemons the tests start themselves (publication over DNS-SD), and the
+# browser that the web remote's end-to-end test drives.
+test_pkgs=()
+if [ "$for_tests" -eq 1 ]; then
+  test_pkgs=(dbus avahi-daemon avahi-utils chromium)
+  # Node.js may come from elsewhere than Debian (a newer release); only a
+  # machine without npm gets Debian's.
+  if ! command -v npm >/dev/null 2>&1; then test_pkgs+=(nodejs npm); fi
+fi
 
 missing=()
 for p in "${build_pkgs[@]}" "${test_pkgs[@]}"; do

@@ -5,7 +5,7 @@
 set -uo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.." || exit 1
 
-if ! bash scripts/install-deps.sh; then
+if ! bash scripts/install-deps.sh --tests; then
   echo "test.sh: installing the dependencies failed" >&2
   exit 1
 fi
