@@ -1,0 +1,397 @@
+// End-to-end test of the web remote: the real reference host on a loopback
+// port, its pages in headless Chromium, and checks on both sides — what the
+// page shows, and what the host reports over its own HTTP interface.
+//
+//   node e2e.mjs --host <velora-host> --chromium <browser> --out <artifacts dir>
+//
+// Exits 0 when every step passed; otherwise prints the failed step, the tail
+// of the host's console and a screenshot path, and exits 1.
+import { spawn } from "node:child_process";
+import { mkdtempSync, mkdirSync, rmSync, writeFileSync } from "node:fs";
+import net from "node:net";
+import os from "node:os";
+import path from "node:path";
+import { chromium } from "playwright-core";
+
+const args = parseArgs(process.argv.slice(2));
+const OUT = path.resolve(args.out || "web-e2e-artifacts");
+const SHOTS = path.join(OUT, "screenshots");
+const PHONE = { width: 390, height: 844 };
+const DESKTOP = { width: 1366, height: 860 };
+const LAUNCH_FLAGS = [
+  "--headless",
+  "--no-sandbox",
+  "--disable-gpu",
+  "--disable-background-networking",
+  "--disable-component-update",
+  "--disable-sync",
+  "--no-first-run",
+  "--disable-quic",
+];
+
+function parseArgs(list) {
+  const out = {};
+  for (let i = 0; i < list.length; i += 2) out[list[i].replace(/^--/, "")] = list[i + 1];
+  return out;
+}
+
+let step = "start";
+const log = (text) => console.log(`[e2e] ${text}`);
+function begin(name) {
+  step = name;
+  log(`— ${name}`);
+}
+
+class Failure extends Error {}
+function check(ok, message) {
+  if (!ok) throw new Failure(message);
+}
+
+async function until(what, probe, { timeout = 10000, interval = 200 } = {}) {
+  const end = Date.now() + timeout;
+  let last;
+  for (;;) {
+    try {
+      last = await probe();
+      if (last) return last;
+    } catch (err) {
+      last = err;
+    }
+    if (Date.now() > end) throw new Failure(`timed out after ${timeout} ms waiting for ${what} (last: ${describe(last)})`);
+    await new Promise((r) => setTimeout(r, interval));
+  }
+}
+
+function describe(value) {
+  if (value instanceof Error) return value.message;
+  try {
+    return JSON.stringify(value)?.slice(0, 300);
+  } catch {
+    return String(value);
+  }
+}
+
+// ---------------------------------------------------------------- the host
+
+// A base port whose ten successors are free too, so the host lands on it.
+async function freeBasePort() {
+  for (let attempt = 0; attempt < 50; ++attempt) {
+    const base = 20000 + Math.floor(Math.random() * 30000);
+    let allFree = true;
+    for (let p = base; p < base + 10 && allFree; ++p) allFree = await portFree(p);
+    if (allFree) return base;
+  }
+  throw new Failure("no free block of ten ports found");
+}
+
+function portFree(port) {
+  return new Promise((resolve) => {
+    const server = net.createServer();
+    server.once("error", () => resolve(false));
+    server.listen(port, "0.0.0.0", () => server.close(() => resolve(true)));
+  });
+}
+
+class Host {
+  constructor(exe, basePort, cacheDir) {
+    this.exe = exe;
+    this.basePort = basePort;
+    this.cacheDir = cacheDir;
+    this.lines = [];
+    this.port = 0;
+  }
+
+  start() {
+    this.proc = spawn(this.exe, ["--port", String(this.basePort), "--cache", this.cacheDir], {
+      stdio: ["pipe", "pipe", "pipe"],
+    });
+    this.exited = new Promise((resolve) => this.proc.once("exit", (code, signal) => resolve({ code, signal })));
+    for (const stream of [this.proc.stdout, this.proc.stderr]) {
+      let partial = "";
+      stream.setEncoding("utf8");
+      stream.on("data", (chunk) => {
+        partial += chunk;
+        const parts = partial.split("\n");
+        partial = parts.pop();
+        for (const line of parts) this.lines.push(line);
+      });
+    }
+    const from = this.lines.length;
+    return until("the host to print its address", () => {
+      for (const line of this.lines.slice(from)) {
+        const m = /http:\/\/[^\s/]+:(\d+)\//.exec(line);
+        if (m) return (this.port = Number(m[1]));
+      }
+      return 0;
+    }, { timeout: 60000 });
+  }
+
+  // A GET from the test itself, as a second remote client would make it.
+  async get(route) {
+    const response = await fetch(`http://127.0.0.1:${this.port}/${route}`, { signal: AbortSignal.timeout(5000) });
+    const text = await response.text();
+    let data = null;
+    try {
+      data = text ? JSON.parse(text) : null;
+    } catch {
+      data = text;
+    }
+    return { status: response.status, data };
+  }
+
+  // The host's playback state. The reply is the playback document as it stands
+  // right after the host answered; a status delivery to the page can empty it
+  // in between, so a few tries are allowed.
+  async playback() {
+    for (let attempt = 0; attempt < 5; ++attempt) {
+      const { data } = await this.get("playback/getplayerstate");
+      if (data && data.playbackstate) return data.playbackstate;
+      await new Promise((r) => setTimeout(r, 100));
+    }
+    return null;
+  }
+
+  logSince(mark) {
+    return this.lines.slice(mark);
+  }
+
+  async stop() {
+    if (!this.proc || this.proc.exitCode !== null) return this.exited;
+    this.proc.kill("SIGINT");
+    const timer = setTimeout(() => this.proc.kill("SIGKILL"), 8000);
+    const result = await this.exited;
+    clearTimeout(timer);
+    return result;
+  }
+}
+
+// ---------------------------------------------------------------- the test
+
+const host = new Host(args.host, await freeBasePort(), mkdtempSync(path.join(os.tmpdir(), "velora-e2e-cache-")));
+const profile = mkdtempSync(path.join(os.tmpdir(), "velora-e2e-profile-"));
+mkdirSync(SHOTS, { recursive: true });
+let context;
+let page;
+const pageErrors = [];
+
+async function shot(name, viewport) {
+  await page.setViewportSize(viewport);
+  await page.waitForTimeout(350);
+  const file = path.join(SHOTS, `${name}-${viewport === PHONE ? "phone" : "desktop"}.png`);
+  await page.screenshot({ path: file });
+  return file;
+}
+
+async function show(hash, ready) {
+  await page.evaluate((h) => (location.hash = h), hash);
+  await ready();
+}
+
+async function main() {
+  begin("start velora-host with the sample library");
+  await host.start();
+  log(`host listens on port ${host.port}`);
+
+  begin("launch Chromium");
+  context = await chromium.launchPersistentContext(profile, {
+    executablePath: args.chromium,
+    headless: true,
+    args: LAUNCH_FLAGS,
+    viewport: DESKTOP,
+  });
+  page = context.pages()[0] || (await context.newPage());
+  page.on("pageerror", (err) => pageErrors.push(err.message));
+  page.on("console", (msg) => {
+    if (msg.type() === "error") pageErrors.push(msg.text());
+  });
+
+  begin("open the web remote and pair");
+  await page.goto(`http://127.0.0.1:${host.port}/`);
+  await page.locator("#nav").waitFor({ state: "visible", timeout: 20000 });
+  const session = await page.evaluate(() => JSON.parse(localStorage.getItem("velora.remote.session")));
+  check(session && typeof session.token === "string" && session.token.length > 0, `no token kept after pairing: ${describe(session)}`);
+  // The host knows this remote: asking again with its code returns the same token, approved.
+  const again = await host.get(`authenticate?name=x&code=${session.code}&version=1`);
+  check(again.data && again.data.token === session.token && again.data.authstatus === true, `host does not list the page as approved: ${describe(again.data)}`);
+
+  begin("library: album grid with covers");
+  await page.locator('.nav-link[data-path="library"]').click();
+  const cards = page.locator(".card[data-album-id]");
+  await until("at least ten albums", async () => (await cards.count()) >= 10, { timeout: 15000 });
+  const coverSrc = await cards.first().locator("img.cover").getAttribute("src");
+  check(/^data:image\/(png|jpeg);base64,/.test(coverSrc || ""), `album cover is not an image data URL: ${String(coverSrc).slice(0, 60)}`);
+  const coverOk = await cards.first().locator("img.cover").evaluate((img) => img.complete && img.naturalWidth > 0);
+  check(coverOk, "album cover did not decode");
+  const libraryUrl = page.url();
+
+  begin("search finds an album by part of its name");
+  const firstAlbumName = (await cards.first().locator(".card-title").textContent()).trim();
+  const term = firstAlbumName.split(/\s+/).sort((a, b) => b.length - a.length)[0];
+  await page.locator('.tab[href="#/library/search"]').click();
+  await page.locator("#search-input").fill(term);
+  await until(`search results for "${term}"`, async () => {
+    const titles = await page.locator(".search-results .card-title").allTextContents();
+    return titles.some((t) => t.trim() === firstAlbumName);
+  });
+  await page.goto(libraryUrl);
+  await cards.first().waitFor();
+
+  begin("open an album");
+  const albumId = await cards.first().getAttribute("data-album-id");
+  await cards.first().click();
+  await page.locator(".detail-title").waitFor();
+  const rows = page.locator(".tracks .track");
+  await until("album tracks", async () => (await rows.count()) >= 2);
+  const trackIds = await rows.evaluateAll((els) => els.map((e) => e.dataset.trackId));
+  const trackTitles = (await rows.locator(".track-title").allTextContents()).map((t) => t.trim());
+  log(`album ${albumId}: ${trackTitles.length} tracks`);
+  const albumHash = `#/album/${encodeURIComponent(albumId)}`;
+
+  begin("play the album");
+  await page.locator("#album-play").click();
+  const playing = await until("the host to play the album's first track", async () => {
+    const state = await host.playback();
+    return state && state.trackid === trackIds[0] && state.state === 1 ? state : null;
+  });
+  log(`host plays ${playing.trackid}`);
+  await until("the playing row to be marked", async () => (await page.locator(".track.current").getAttribute("data-track-id")) === trackIds[0]);
+
+  begin("now playing shows the track and the position advances");
+  await page.locator('.nav-link[data-path="now"]').click();
+  await until(`title "${trackTitles[0]}"`, async () => (await page.locator("#np-title").textContent()).trim() === trackTitles[0]);
+  const elapsedAt = async () => Number(await page.locator("#np-progress").getAttribute("data-elapsed"));
+  const first = await until("a first position", async () => {
+    const e = await elapsedAt();
+    return Number.isFinite(e) ? { e } : null;
+  });
+  await until("the position shown to advance by 2 s", async () => (await elapsedAt()) >= first.e + 2, { timeout: 8000 });
+  const hostBefore = await host.playback();
+  await page.waitForTimeout(1500);
+  const hostAfter = await host.playback();
+  check(hostAfter.elapsed > hostBefore.elapsed, `host position did not advance: ${hostBefore.elapsed} → ${hostAfter.elapsed}`);
+  check(/\d:\d\d/.test(await page.locator("#np-elapsed").textContent()), "elapsed time is not shown as m:ss");
+  await page.waitForTimeout(1200); // let the progress bar grow visibly before the screenshot
+  await shot("now-playing", DESKTOP);
+
+  begin("next: the title changes and the host follows");
+  await page.locator("#np-next").click();
+  await until(`title "${trackTitles[1]}"`, async () => (await page.locator("#np-title").textContent()).trim() === trackTitles[1]);
+  const afterNext = await host.playback();
+  check(afterNext && afterNext.trackid === trackIds[1], `host is on ${afterNext && afterNext.trackid}, not ${trackIds[1]}`);
+
+  begin("volume: the slider sets the host's volume");
+  const before = await host.get("playback/getvolume");
+  const oldVolume = before.data && before.data.volumelevel;
+  const target = oldVolume === 37 ? 63 : 37;
+  const mark = host.lines.length;
+  await page.locator("#np-volume").evaluate((el, v) => {
+    el.value = String(v);
+    el.dispatchEvent(new Event("input", { bubbles: true }));
+    el.dispatchEvent(new Event("change", { bubbles: true }));
+  }, target);
+  await until(`host volume ${target}`, async () => {
+    const { data } = await host.get("playback/getvolume");
+    return data && data.volumelevel === target;
+  });
+  const volumeLine = host.logSince(mark).find((l) => /volume/i.test(l) && l.includes(String(target)));
+  log(volumeLine ? `host console: ${volumeLine.trim()}` : "host console has no volume line (checked over HTTP)");
+  await until("the page to show the volume", async () => (await page.locator("#np-volume-value").textContent()).trim() === String(target));
+
+  begin("sound: choose an EQ preset and see the host follow");
+  await page.locator('.nav-link[data-path="sound"]').click();
+  const presets = page.locator("#stage-equalizer .preset");
+  await until("at least two EQ presets", async () => (await presets.count()) >= 2);
+  const pressed = await presets.evaluateAll((els) => els.map((e) => e.getAttribute("aria-pressed") === "true"));
+  const pick = pressed.findIndex((p) => !p);
+  const chosen = presets.nth(pick);
+  const chosenId = Number(await chosen.getAttribute("data-preset-id"));
+  const chosenName = (await chosen.textContent()).trim();
+  await chosen.click();
+  await until(`host EQ preset "${chosenName}"`, async () => {
+    const { status, data } = await host.get("getEQ");
+    return status === 200 && data && data.id === chosenId;
+  });
+  await until("the page to mark the chosen preset", async () => (await chosen.getAttribute("aria-pressed")) === "true");
+  await shot("sound", DESKTOP);
+
+  begin("settings: output devices and values");
+  await page.locator('.nav-link[data-path="settings"]').click();
+  const devices = page.locator('#settings-output input[type="radio"]');
+  await until("output devices", async () => (await devices.count()) >= 2);
+  const other = await devices.evaluateAll((els) => els.findIndex((e) => !e.checked));
+  const deviceName = await devices.nth(other).getAttribute("value");
+  await devices.nth(other).check({ force: true });
+  await until(`device "${deviceName}" to become current`, async () => {
+    const checked = await page.locator('#settings-output input[type="radio"]:checked').getAttribute("value");
+    return checked === deviceName;
+  });
+  await page.locator("#set-mqa").waitFor({ state: "attached" });
+  await shot("settings", DESKTOP);
+
+  begin("screenshots of the library and the album");
+  await show("#/library/albums", () => cards.nth(9).locator("img").waitFor());
+  await shot("library", DESKTOP);
+  await show(albumHash, () => page.locator(".tracks .track").first().waitFor());
+  await shot("album", DESKTOP);
+
+  begin("phone-sized screenshots");
+  await page.setViewportSize(PHONE);
+  await show("#/library/albums", () => cards.nth(3).locator("img").waitFor());
+  await shot("library", PHONE);
+  await show(albumHash, () => page.locator(".tracks .track").first().waitFor());
+  await shot("album", PHONE);
+  await show("#/now", () => page.locator("#np-title").waitFor());
+  await shot("now-playing", PHONE);
+  await show("#/sound", () => presets.first().waitFor());
+  await shot("sound", PHONE);
+  await show("#/settings", () => devices.first().waitFor());
+  await shot("settings", PHONE);
+  await page.setViewportSize(DESKTOP);
+
+  begin("the host goes away: the page says so, and comes back with it");
+  await show("#/now", () => page.locator("#np-title").waitFor());
+  const stopped = await host.stop();
+  check(stopped.code === 0, `host did not exit cleanly on SIGINT: ${describe(stopped)}`);
+  await page.locator("#connection").waitFor({ state: "visible", timeout: 10000 });
+  check(/reconnecting/i.test(await page.locator("#connection").textContent()), "the banner does not say it is reconnecting");
+  await shot("reconnecting", DESKTOP);
+  await host.start();
+  await page.locator("#connection").waitFor({ state: "hidden", timeout: 30000 });
+  await page.locator("#nav").waitFor({ state: "visible", timeout: 20000 });
+  await until("the page to play again after reconnecting", async () => {
+    await page.locator("#np-play").click();
+    await page.waitForTimeout(700);
+    const state = await host.playback();
+    return state && state.state === 1;
+  }, { timeout: 15000, interval: 500 });
+
+  check(pageErrors.length === 0, `the page reported errors:\n  ${pageErrors.join("\n  ")}`);
+}
+
+let failed = null;
+try {
+  await main();
+} catch (err) {
+  failed = err;
+}
+
+if (failed) {
+  console.error(`\n[e2e] FAILED at step "${step}": ${failed instanceof Failure ? failed.message : failed.stack || failed}`);
+  if (page) {
+    const file = path.join(SHOTS, "failure.png");
+    await page.screenshot({ path: file }).catch(() => {});
+    console.error(`[e2e] screenshot of the page: ${file}`);
+  }
+  if (pageErrors.length) console.error(`[e2e] page errors:\n  ${pageErrors.join("\n  ")}`);
+}
+writeFileSync(path.join(OUT, "host.log"), host.lines.join("\n") + "\n");
+if (failed) {
+  console.error("[e2e] last lines of the host's console:");
+  for (const line of host.lines.slice(-25)) console.error(`  | ${line}`);
+}
+await context?.close().catch(() => {});
+await host.stop().catch(() => {});
+rmSync(profile, { recursive: true, force: true });
+rmSync(host.cacheDir, { recursive: true, force: true });
+if (failed) process.exit(1);
+log(`passed; screenshots in ${SHOTS}`);
