@@ -165,6 +165,47 @@ inline void writeWav(const std::string& path, int sampleRate, int bits, double s
   }
 }
 
+// A DSF file: the "DSD " and "fmt " chunks, a token data chunk and an ID3v2
+// tag at the end, where the "DSD " chunk points.
+inline std::string dsfBytes(int sampleRate, double seconds, const Tags& tags) {
+  const auto samples = static_cast<std::uint64_t>(seconds * sampleRate);
+  const std::string data(8192, '\x69');  // DSD silence pattern
+  TagLib::ID3v2::Tag tag;
+  tag.setTitle(utf8(tags.title));
+  tag.setArtist(utf8(tags.artist));
+  tag.setAlbum(utf8(tags.album));
+  tag.setTrack(tags.number);
+  if (!tags.picture.empty()) {
+    auto* frame = new TagLib::ID3v2::AttachedPictureFrame;
+    frame->setType(TagLib::ID3v2::AttachedPictureFrame::FrontCover);
+    frame->setPicture(
+        TagLib::ByteVector(tags.picture.data(), static_cast<unsigned>(tags.picture.size())));
+    tag.addFrame(frame);
+  }
+  const TagLib::ByteVector rendered = tag.render();
+  const std::string id3(rendered.data(), rendered.size());
+  const std::uint64_t tagOffset = 28 + 52 + 12 + data.size();
+
+  std::string out = "DSD ";
+  putLittleEndian(out, 28, 8);
+  putLittleEndian(out, tagOffset + id3.size(), 8);
+  putLittleEndian(out, tagOffset, 8);
+  out += "fmt ";
+  putLittleEndian(out, 52, 8);
+  putLittleEndian(out, 1, 4);  // format version
+  putLittleEndian(out, 0, 4);  // DSD raw
+  putLittleEndian(out, 2, 4);  // stereo
+  putLittleEndian(out, 2, 4);  // channels
+  putLittleEndian(out, static_cast<std::uint64_t>(sampleRate), 4);
+  putLittleEndian(out, 1, 4);  // bits per sample
+  putLittleEndian(out, samples, 8);
+  putLittleEndian(out, 4096, 4);  // block size per channel
+  putLittleEndian(out, 0, 4);
+  out += "data";
+  putLittleEndian(out, 12 + data.size(), 8);
+  return out + data + id3;
+}
+
 // A music folder with what a real one holds: tagged FLAC and WAV albums, a
 // cover picture embedded in one and beside another, an untagged file, a
 // nested folder, two albums that share a picture, a file that only claims
