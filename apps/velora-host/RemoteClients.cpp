@@ -37,15 +37,17 @@ RemoteClients::~RemoteClients() {
 }
 
 void RemoteClients::onServicePublished(int& port) {
-  // The service reports the base port; it serves on the next free one of ten
-  // when that one was taken, and says so in its own log.
+  // The service reports its base port, not the one it bound; the host finds
+  // and prints that one itself.
   console_.call("onServicePublished", port);
-  console_.say("Open http://" + hostName_ + ":" + std::to_string(port) + "/ in a browser");
+  publication_ = Publication::Published;
+  console_.say("DNS-SD: published as _veloraplayer._tcp on " + hostName_ +
+               "; remote apps on this network can find it");
 }
 
 void RemoteClients::onServicePublishFailed() {
   console_.call("onServicePublishFailed");
-  console_.say("phones will not find this host by name; is avahi-daemon running?");
+  publication_ = Publication::Failed;
 }
 
 void RemoteClients::onRemoteConnected(ConnectionData& connection) {

@@ -29,6 +29,10 @@ class RemoteClients final : public IVeloraRemoteServiceListener {
   RemoteClients(const RemoteClients&) = delete;
   RemoteClients& operator=(const RemoteClients&) = delete;
 
+  // What DNS-SD said about the publication, once startListening returned.
+  enum class Publication { Unknown, Published, Failed };
+  Publication publication() const { return publication_; }
+
   void onServicePublished(int& port) override;
   void onServicePublishFailed() override;
   void onRemoteConnected(ConnectionData& connection) override;
@@ -58,5 +62,6 @@ class RemoteClients final : public IVeloraRemoteServiceListener {
   std::condition_variable wake_;
   std::deque<Request> waiting_;
   std::atomic<bool> stopping_{false};
+  std::atomic<Publication> publication_{Publication::Unknown};
   std::thread prompter_;
 };

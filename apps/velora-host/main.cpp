@@ -1,21 +1,33 @@
-// velora-host: the smallest program that embeds the remote-control service.
-// It registers a listener for every area, logs each callback, approves remote
-// clients and serves the web remote until it is told to stop.
+// velora-host: the reference host. It embeds the remote-control service the
+// way a desktop player would: a simulated player with a music library sits
+// behind a listener for every area, remote clients are approved as they
+// pair, and the web remote is served until Ctrl-C.
 
+#include <arpa/inet.h>
+#include <netinet/in.h>
+#include <poll.h>
 #include <signal.h>
+#include <sys/socket.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
 #include <iostream>
+#include <random>
+#include <sstream>
 #include <string>
 
 #include <velora/VeloraRemoteSDK.h>
 
 #include "Console.h"
-#include "LoggingListeners.h"
 #include "RemoteClients.h"
+#include "catalog/MusicIndexer.h"
+#include "catalog/SampleLibrary.h"
+#include "listeners/HostListeners.h"
+#include "listeners/Publisher.h"
+#include "listeners/Ticker.h"
+#include "player/Player.h"
 
 namespace {
 
@@ -24,12 +36,16 @@ struct Options {
   Approval approval = Approval::Auto;
   bool help = false;
   bool quiet = false;
+  std::string music;  // empty: the bundled sample library
+  std::string cache;  // empty: the user's cache folder
 };
 
 void printUsage(std::ostream& out) {
-  out << "usage: velora-host [--port N] [--approve auto|prompt] [--quiet] [--help]\n"
+  out << "usage: velora-host [--port N] [--approve auto|prompt] [--music DIR] [--cache DIR]\n"
+         "                   [--quiet] [--help]\n"
          "\n"
-         "Serves the Velora web remote and logs every request a remote client makes.\n"
+         "A music player without sound that serves the Velora web remote: browse its\n"
+         "library, play, skip, change volume, presets and output devices from a browser.\n"
          "\n"
          "  --port N         first TCP port to try (the service takes the first free\n"
          "                   one of N..N+9); default "
@@ -37,8 +53,14 @@ void printUsage(std::ostream& out) {
       << "\n"
          "  --approve auto   approve every remote client that asks to pair (default)\n"
          "  --approve prompt ask on this console before approving a client\n"
+         "  --music DIR      index the audio files under DIR instead of using the\n"
+         "                   bundled sample library\n"
+         "  --cache DIR      where cover images are written; default\n"
+         "                   $XDG_CACHE_HOME/velora-host or ~/.cache/velora-host\n"
          "  --quiet          do not log each callback\n"
-         "  --help           show this text\n";
+         "  --help           show this text\n"
+         "\n"
+         "The demo streaming account is user \"demo\", password \"demo\".\n";
 }
 
 bool parsePort(const char* text, int& port) {
@@ -75,12 +97,31 @@ bool parseOptions(int argc, char** argv, Options& options) {
         std::cerr << "velora-host: --approve takes auto or prompt\n";
         return false;
       }
+    } else if (arg == "--music" && hasValue) {
+      options.music = argv[++i];
+    } else if (arg == "--cache" && hasValue) {
+      options.cache = argv[++i];
     } else {
       std::cerr << "velora-host: unexpected argument '" << arg << "'\n";
       return false;
     }
   }
   return true;
+}
+
+std::string defaultCacheFolder() {
+  if (const char* xdg = std::getenv("XDG_CACHE_HOME"); xdg != nullptr && xdg[0] == '/') {
+    return std::string(xdg) + "/velora-host";
+  }
+  if (const char* home = std::getenv("HOME"); home != nullptr && home[0] != '\0') {
+    return std::string(home) + "/.cache/velora-host";
+  }
+  return "/tmp/velora-host";
+}
+
+std::string defaultDownloadFolder() {
+  const char* home = std::getenv("HOME");
+  return std::string(home != nullptr && home[0] != '\0' ? home : "/tmp") + "/Music/Velora";
 }
 
 // SIGINT and SIGTERM may land on any thread, including the service's own, so
@@ -100,6 +141,8 @@ bool installStopHandlers() {
   action.sa_handler = onStopSignal;
   sigemptyset(&action.sa_mask);
   action.sa_flags = SA_RESTART;
+  // A client that goes away mid-reply must not take the host with it.
+  signal(SIGPIPE, SIG_IGN);
   return ::sigaction(SIGINT, &action, nullptr) == 0 && ::sigaction(SIGTERM, &action, nullptr) == 0;
 }
 
@@ -115,46 +158,74 @@ std::string hostName() {
   return name;
 }
 
-// One listener per area of the service.
-struct AreaListeners {
-  explicit AreaListeners(Console& console)
-      : library(console),
-        playback(console),
-        equalizer(console),
-        irc(console),
-        ac(console),
-        hp(console),
-        settings(console) {}
-
-  LibraryLogger library;
-  PlaybackLogger playback;
-  EqualizerLogger equalizer;
-  IRCLogger irc;
-  ACLogger ac;
-  HPLogger hp;
-  SettingsLogger settings;
-};
-
-void registerAll(IVeloraRemoteCoordinator& service, AreaListeners& areas, RemoteClients& remote) {
-  service.registerForNotification(&remote);
-  service.getLibraryService()->registerForNotification(&areas.library);
-  service.getPlaybackService()->registerForNotification(&areas.playback);
-  service.getEqualizerService()->registerForNotification(&areas.equalizer);
-  service.getIRCService()->registerForNotification(&areas.irc);
-  service.getACService()->registerForNotification(&areas.ac);
-  service.getHPService()->registerForNotification(&areas.hp);
-  service.getSettingsService()->registerForNotification(&areas.settings);
+// One GET over loopback; the whole reply, or empty when nobody answered.
+std::string loopbackGet(int port, const std::string& target) {
+  const int fd = ::socket(AF_INET, SOCK_STREAM, 0);
+  if (fd < 0) return {};
+  sockaddr_in address{};
+  address.sin_family = AF_INET;
+  address.sin_port = htons(static_cast<uint16_t>(port));
+  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+  std::string reply;
+  if (::connect(fd, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0) {
+    const std::string request =
+        "GET " + target + " HTTP/1.1\r\nHost: localhost\r\nConnection: close\r\n\r\n";
+    if (::send(fd, request.data(), request.size(), MSG_NOSIGNAL) ==
+        static_cast<ssize_t>(request.size())) {
+      char buffer[4096];
+      pollfd ready{fd, POLLIN, 0};
+      while (::poll(&ready, 1, 1000) > 0) {
+        const ssize_t got = ::recv(fd, buffer, sizeof buffer, 0);
+        if (got <= 0) break;
+        reply.append(buffer, static_cast<std::size_t>(got));
+      }
+    }
+  }
+  ::close(fd);
+  return reply;
 }
 
-void unregisterAll(IVeloraRemoteCoordinator& service, AreaListeners& areas, RemoteClients& remote) {
-  service.getSettingsService()->unregisterFromNotification(&areas.settings);
-  service.getHPService()->unregisterFromNotification(&areas.hp);
-  service.getACService()->unregisterFromNotification(&areas.ac);
-  service.getIRCService()->unregisterFromNotification(&areas.irc);
-  service.getEqualizerService()->unregisterFromNotification(&areas.equalizer);
-  service.getPlaybackService()->unregisterFromNotification(&areas.playback);
-  service.getLibraryService()->unregisterFromNotification(&areas.library);
-  service.unregisterFromNotification(&remote);
+// The service binds the first free port of ten without saying which to its
+// host, so ask each of them for this host's heartbeat: only our own listener
+// answers with our instance text.
+int findOwnPort(const std::string& instance) {
+  for (int port = mServicePort; port < mServicePort + 10; ++port) {
+    if (loopbackGet(port, "/getHeartbeat").find(instance) != std::string::npos) return port;
+  }
+  return 0;
+}
+
+std::string randomInstance() {
+  std::random_device device;
+  std::ostringstream out;
+  out << std::hex << device() << device();
+  return out.str();
+}
+
+refhost::Catalog loadLibrary(const Options& options, const std::string& cache, Console& console,
+                             bool& ok) {
+  ok = true;
+  try {
+    if (options.music.empty()) {
+      refhost::Catalog catalog = refhost::buildSampleLibrary(cache + "/sample-covers");
+      console.say("sample library: " + std::to_string(catalog.albumCount()) + " albums, " +
+                  std::to_string(catalog.trackCount()) + " tracks");
+      return catalog;
+    }
+    console.say("indexing " + options.music);
+    refhost::IndexReport report;
+    refhost::Catalog catalog =
+        refhost::indexMusicFolder(options.music, cache + "/music-covers", std::cout, &report);
+    console.say("indexed " + std::to_string(report.tracksIndexed) + " tracks of " +
+                std::to_string(report.filesSeen) + " files (" +
+                std::to_string(report.filesSkipped) + " skipped)");
+    if (catalog.empty()) console.say("no playable files found under " + options.music);
+    return catalog;
+  } catch (const std::exception& e) {
+    std::cerr << "velora-host: cannot load the music library: " << e.what() << "\n";
+    ok = false;
+    return {};
+  }
 }
 
 }  // namespace
@@ -178,19 +249,61 @@ int main(int argc, char** argv) {
   Console console;
   console.setQuiet(options.quiet);
   console.say("Velora Remote " + getSDKVersionStr() + " reference host");
+
+  const std::string cache = options.cache.empty() ? defaultCacheFolder() : options.cache;
+  bool loaded = false;
+  refhost::Catalog catalog = loadLibrary(options, cache, console, loaded);
+  if (!loaded) return 1;
+
+  refhost::Player player(std::move(catalog));
+  player.setArtworkFolder(cache);
+  player.setDownloadFolder(defaultDownloadFolder());
+
   IVeloraRemoteCoordinator& service = *VeloraRemoteSDK::getVeloraService();
-
-  AreaListeners areas(console);
+  refhost::Publisher publisher(service, player);
+  refhost::HostContext host{service,
+                            player,
+                            publisher,
+                            console,
+                            {cache + "/sample-covers", cache + "/music-covers"},
+                            randomInstance()};
+  refhost::HostListeners listeners(host);
   RemoteClients remote(console, service, options.approval, hostName());
-  registerAll(service, areas, remote);
+  service.registerForNotification(&remote);
+  listeners.registerWith(service);
 
-  console.say("listening from port " + std::to_string(mServicePort) +
-              " (the first free one of ten); Ctrl-C stops");
   service.startListening();
+  const int port = findOwnPort(host.instance);
+  if (port == 0) {
+    std::cerr << "velora-host: no free port among " << mServicePort << ".." << mServicePort + 9
+              << "; is another host running?\n";
+    service.shutdown();
+    listeners.unregisterFrom(service);
+    service.unregisterFromNotification(&remote);
+    return 1;
+  }
+  // Said even when quiet, like every console line that is not a callback.
+  console.say("web remote: http://" + hostName() + ":" + std::to_string(port) +
+              "/ (on this computer: http://localhost:" + std::to_string(port) + "/)");
+  // The publisher reports success at once; a failed registration may go
+  // unreported, so silence counts as failure.
+  if (remote.publication() != RemoteClients::Publication::Published) {
+    console.say(
+        "DNS-SD: not published (is avahi-daemon running?); remote apps will not find "
+        "this host by name, but the address above works");
+  }
+  console.say("Ctrl-C stops");
+
+  publisher.everything();
+  refhost::Ticker ticker(player, publisher, console);
+  ticker.start();
 
   waitForStopSignal();
   console.say("stopping");
+  ticker.stop();
   service.shutdown();
-  unregisterAll(service, areas, remote);
+  listeners.unregisterFrom(service);
+  service.unregisterFromNotification(&remote);
+  console.say("stopped");
   return 0;
 }
