@@ -26,6 +26,10 @@ struct HostContext {
 // The service passes null for a value the client left out.
 inline std::string text(const char* value) { return value ? value : ""; }
 
+// Most query values reach the host exactly as they were sent, with their
+// percent escapes; names and search terms are read through this.
+std::string decoded(const char* value);
+
 // Text flags from remote clients are true only for "true" and "1".
 inline bool flag(const char* value) {
   const std::string t = text(value);

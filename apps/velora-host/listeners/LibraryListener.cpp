@@ -4,6 +4,7 @@
 #include <stdlib.h>
 
 #include <algorithm>
+#include <cctype>
 #include <cstdlib>
 #include <functional>
 #include <sstream>
@@ -97,6 +98,21 @@ std::string canonical(const std::string& path) {
 }
 
 }  // namespace
+
+std::string decoded(const char* value) {
+  const std::string t = text(value);
+  std::string out;
+  for (std::size_t i = 0; i < t.size(); ++i) {
+    if (t[i] == '%' && i + 2 < t.size() && std::isxdigit(static_cast<unsigned char>(t[i + 1])) &&
+        std::isxdigit(static_cast<unsigned char>(t[i + 2]))) {
+      out += static_cast<char>(std::stoi(t.substr(i + 1, 2), nullptr, 16));
+      i += 2;
+    } else {
+      out += t[i];
+    }
+  }
+  return out;
+}
 
 int number(const char* value, int fallback) {
   const std::string t = text(value);
@@ -463,8 +479,8 @@ void LibraryListener::onAddStashItem(const char*& sku, const char*& url, const c
   host_.console.call("onAddStashItem", sku, url, title, mediaId);
   StashItem item;
   item.sku = text(sku);
-  item.url = text(url);
-  item.title = text(title);
+  item.url = decoded(url);
+  item.title = decoded(title);
   item.mediaId = text(mediaId);
   status = !host_.player.user().empty() && host_.player.addStashItem(item) ? kOk : kFailed;
 }
@@ -753,7 +769,7 @@ void LibraryListener::onGetPlaylistInfo(const char*& id, int& status) {
 void LibraryListener::onSetPlaylistInfo(const char*& id, const char*& info, const char*& name,
                                         const char*& artwork, const char*& artist, int& status) {
   host_.console.call("onSetPlaylistInfo", id, info, name, artwork, artist);
-  if (!host_.player.setPlaylistInfo(text(id), text(name), text(info))) {
+  if (!host_.player.setPlaylistInfo(text(id), decoded(name), decoded(info))) {
     status = kFailed;
     return;
   }
@@ -790,7 +806,7 @@ void LibraryListener::onGetDevices(int& status) {
 void LibraryListener::onSetDevice(const char*& device, const char*& channels,
                                   const char*& sampleRate, const char*& bufferSize, int& status) {
   host_.console.call("onSetDevice", device, channels, sampleRate, bufferSize);
-  if (!host_.player.selectDevice(text(device), text(channels), text(sampleRate),
+  if (!host_.player.selectDevice(decoded(device), text(channels), text(sampleRate),
                                  text(bufferSize))) {
     status = kFailed;
     return;
@@ -1037,7 +1053,7 @@ void LibraryListener::onGetNowPlaying(int& status) {
 // comes under one of a few names.
 void LibraryListener::onSetHistory(const char*& history, int& status) {
   host_.console.call("onSetHistory", history);
-  std::istringstream pairs(text(history));
+  std::istringstream pairs(decoded(history));
   std::string pair;
   std::string trackId;
   while (std::getline(pairs, pair, ',')) {
@@ -1140,9 +1156,10 @@ bool LibraryListener::answerSearch(const std::string& which, const std::string& 
 void LibraryListener::onSearch(const char*& which, const char*& searchTerm, const char*& index,
                                const char*& count, int& status) {
   host_.console.call("onSearch", which, searchTerm, index, count);
-  status = answerSearch(text(which), text(searchTerm), number(index, -1), number(count, -1), false)
-               ? kOk
-               : kFailed;
+  status =
+      answerSearch(text(which), decoded(searchTerm), number(index, -1), number(count, -1), false)
+          ? kOk
+          : kFailed;
 }
 
 // The streaming catalogue of the demo account is the local library again;
@@ -1154,9 +1171,10 @@ void LibraryListener::onSearchTidal(const char*& which, const char*& searchTerm,
     status = kFailed;
     return;
   }
-  status = answerSearch(text(which), text(searchTerm), number(index, -1), number(count, -1), true)
-               ? kOk
-               : kFailed;
+  status =
+      answerSearch(text(which), decoded(searchTerm), number(index, -1), number(count, -1), true)
+          ? kOk
+          : kFailed;
 }
 
 // ------------------------------------------------------------------ playlists
@@ -1175,7 +1193,7 @@ void LibraryListener::onDeleteItem(const char*& uuid, const char*& id,
 
 void LibraryListener::onCreatePlaylist(const char*& name, int& status) {
   host_.console.call("onCreatePlaylist", name);
-  const std::string id = host_.player.createPlaylist(text(name));
+  const std::string id = host_.player.createPlaylist(decoded(name));
   if (id.empty()) {
     status = kFailed;
     return;

@@ -138,7 +138,7 @@ void answerPreset(HostContext& host, StageKind kind, bool list) {
 
 bool setPresetFromRequest(HostContext& host, StageKind kind, const char* enable,
                           const char* preset) {
-  if (!host.player.selectPreset(kind, text(preset))) return false;
+  if (!host.player.selectPreset(kind, decoded(preset))) return false;
   host.player.setStageEnabled(kind, flag(enable));
   host.publish.stage(kind);
   return true;
