@@ -353,10 +353,20 @@ Catalog indexMusicFolder(const std::string& folder, const std::string& coverFold
   std::vector<fs::path> files;
   const auto options = fs::directory_options::follow_directory_symlink |
                        fs::directory_options::skip_permission_denied;
+  // Linked folders are followed, since music collections are often put
+  // together that way, but each real folder is entered once so that a link
+  // back up the tree does not send the walk round in circles.
+  std::set<fs::path> entered = {root};
   for (fs::recursive_directory_iterator it(root, options, error), end; !error && it != end;
        it.increment(error)) {
-    std::error_code typeError;
-    if (it->is_regular_file(typeError)) files.push_back(it->path());
+    std::error_code entryError;
+    if (it->is_directory(entryError)) {
+      if (!entered.insert(fs::canonical(it->path(), entryError)).second || entryError) {
+        it.disable_recursion_pending();
+      }
+    } else if (it->is_regular_file(entryError)) {
+      files.push_back(it->path());
+    }
   }
   if (error) writeLine(log, "warning: stopped listing " + root.string() + ": " + error.message());
   // Sorted so that numbering, album folders and the choice of covers do not

@@ -240,6 +240,20 @@ TEST_F(MusicIndexerTest, AMissingFolderIsAClearError) {
   EXPECT_FALSE(fs::exists(covers())) << "nothing written for a failed run";
 }
 
+TEST(MusicIndexer, LinkedFoldersAreFollowedOnceAndLoopsEnd) {
+  velora_test::TempDir dir;
+  const std::string root = dir.path() + "/m";
+  refhost_test::writeWav(root + "/a/one.wav", 8000, 16, 1.0, {"One", "X", "", "Y", "", 1, 0, ""});
+  refhost_test::writeWav(dir.path() + "/elsewhere/two.wav", 8000, 16, 1.0,
+                         {"Two", "X", "", "Y", "", 2, 0, ""});
+  fs::create_directory_symlink(root, root + "/a/back-to-the-top");
+  fs::create_directory_symlink(dir.path() + "/elsewhere", root + "/linked");
+  std::ostringstream log;
+  const Catalog catalog = refhost::indexMusicFolder(root, dir.path() + "/c", log);
+  EXPECT_EQ(catalog.trackCount(), 2u) << log.str();
+  EXPECT_EQ(catalog.albumCount(), 1u);
+}
+
 TEST(MusicIndexer, LargeFoldersReportProgressAsTheyGo) {
   velora_test::TempDir dir;
   const std::string tiny = refhost_test::wavBytes(8000, 1, 8, 0.05);
