@@ -250,9 +250,15 @@ int main(int argc, char** argv) {
   console.setQuiet(options.quiet);
   console.say("Velora Remote " + getSDKVersionStr() + " reference host");
 
-  const std::string cache = options.cache.empty() ? defaultCacheFolder() : options.cache;
+  std::string cache = options.cache.empty() ? defaultCacheFolder() : options.cache;
   bool loaded = false;
   refhost::Catalog catalog = loadLibrary(options, cache, console, loaded);
+  if (!loaded && options.cache.empty()) {
+    // A home folder that cannot be written to should not stop a demo.
+    cache = "/tmp/velora-host-" + std::to_string(::getuid());
+    console.say("using " + cache + " for covers instead");
+    catalog = loadLibrary(options, cache, console, loaded);
+  }
   if (!loaded) return 1;
 
   refhost::Player player(std::move(catalog));

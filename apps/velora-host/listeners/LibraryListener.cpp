@@ -1262,6 +1262,7 @@ void LibraryListener::onMoveItemInPlaylist(const char*& playlistUuid, const char
 // ------------------------------------------------------------ client control
 
 void LibraryListener::onGetHeartbeat(int& status) {
+  host_.console.call("onGetHeartbeat");
   const TransportSnapshot s = host_.player.transport();
   const std::string json = JsonObject()
                                .add("alive", true)
@@ -1335,6 +1336,7 @@ void LibraryListener::onPlayerSetItem(const char*& streamLink, const char*& trac
 }
 
 void LibraryListener::onPlayerPing(int& status) {
+  host_.console.call("onPlayerPing");
   answerPlayer();
   status = kOk;
 }
@@ -1372,6 +1374,7 @@ void LibraryListener::onPlayerPause(int& status) {
 }
 
 void LibraryListener::onPlayerHeartbeat(int& status) {
+  host_.console.call("onPlayerHeartbeat");
   answerPlayer();
   status = kOk;
 }
