@@ -201,8 +201,16 @@ async function main() {
   });
   page = context.pages()[0] || (await context.newPage());
   page.on("pageerror", (err) => pageErrors.push(err.message));
+  // Failed requests are reported with their address by the response hook;
+  // the console's own line about them names no address.
   page.on("console", (msg) => {
-    if (msg.type() === "error") pageErrors.push(msg.text());
+    if (msg.type() === "error" && !msg.text().startsWith("Failed to load resource")) pageErrors.push(msg.text());
+  });
+  page.on("response", (response) => {
+    const url = new URL(response.url());
+    if (response.status() >= 400 && url.pathname !== "/favicon.ico") {
+      pageErrors.push(`${response.status()} from ${url.pathname}${url.search}`);
+    }
   });
 
   begin("open the web remote and pair");
@@ -297,6 +305,32 @@ async function main() {
   log(volumeLine ? `host console: ${volumeLine.trim()}` : "host console has no volume line (checked over HTTP)");
   await until("the page to show the volume", async () => (await page.locator("#np-volume-value").textContent()).trim() === String(target));
 
+  begin("mute: the button mutes the host and back");
+  for (const wanted of [true, false]) {
+    await page.locator("#np-mute").click();
+    await until(`host mute ${wanted}`, async () => {
+      const { data } = await host.get("playback/getmute");
+      return data && data.mutestate === wanted;
+    });
+    await until("the mute button to follow", async () => (await page.locator("#np-mute").getAttribute("aria-pressed")) === String(wanted));
+  }
+
+  begin("queue: the album in order, the current track marked, a track moved");
+  await page.locator('.nav-link[data-path="queue"]').click();
+  const queueRows = page.locator(".queue-list .track");
+  await until("the queue to list the album", async () => {
+    const ids = await queueRows.evaluateAll((els) => els.map((e) => e.dataset.trackId));
+    return ids.join() === trackIds.join();
+  });
+  await until("the current track marked in the queue", async () => (await page.locator(".queue-list .track.current").getAttribute("data-track-id")) === trackIds[1]);
+  await shot("queue", DESKTOP);
+  await queueRows.first().getByRole("button", { name: /down$/ }).click();
+  await until("the host to move the first track down", async () => {
+    const { data } = await host.get("getNowPlaying");
+    return Array.isArray(data) && data[0].id === trackIds[1] && data[1].id === trackIds[0];
+  });
+  await until("the page to show the moved queue", async () => (await queueRows.first().getAttribute("data-track-id")) === trackIds[1]);
+
   begin("sound: choose an EQ preset and see the host follow");
   await page.locator('.nav-link[data-path="sound"]').click();
   const presets = page.locator("#stage-equalizer .preset");
@@ -342,6 +376,8 @@ async function main() {
   await shot("album", PHONE);
   await show("#/now", () => page.locator("#np-title").waitFor());
   await shot("now-playing", PHONE);
+  await show("#/queue", () => queueRows.first().waitFor());
+  await shot("queue", PHONE);
   await show("#/sound", () => presets.first().waitFor());
   await shot("sound", PHONE);
   await show("#/settings", () => devices.first().waitFor());
@@ -358,11 +394,13 @@ async function main() {
   await host.start();
   await page.locator("#connection").waitFor({ state: "hidden", timeout: 30000 });
   await page.locator("#nav").waitFor({ state: "visible", timeout: 20000 });
-  await until("the page to play again after reconnecting", async () => {
-    await page.locator("#np-play").click();
+  // The restarted host has an empty queue: play the album again from its page.
+  await show(albumHash, () => page.locator("#album-play").waitFor());
+  await until("the host to play the album after reconnecting", async () => {
+    await page.locator("#album-play").click();
     await page.waitForTimeout(700);
     const state = await host.playback();
-    return state && state.state === 1;
+    return state && state.state === 1 && state.trackid === trackIds[0];
   }, { timeout: 15000, interval: 500 });
 
   check(pageErrors.length === 0, `the page reported errors:\n  ${pageErrors.join("\n  ")}`);

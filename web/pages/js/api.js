@@ -221,6 +221,17 @@ export async function library(view, params = {}) {
   return { status, data };
 }
 
+// Tracks inside albums, playlists and the queue come without pictures; their
+// covers are those of the album list, fetched once per page.
+let albumsAsked = false;
+export function ensureAlbumCovers() {
+  if (albumsAsked || Array.isArray(store.get("albums"))) return;
+  albumsAsked = true;
+  library("albums", { index: 0, count: -1 }).catch(() => {
+    albumsAsked = false;
+  });
+}
+
 // The playback "get" requests answer with the playback document.
 export async function playbackQuery(what) {
   const { status, data } = await request(`playback/${what}`);

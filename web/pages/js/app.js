@@ -4,7 +4,7 @@
 import { h, fill } from "./dom.js";
 import { icon } from "./icons.js";
 import { clock } from "./format.js";
-import { cover } from "./widgets.js";
+import { cover, coverKey } from "./widgets.js";
 import { createScope } from "./scope.js";
 import * as api from "./api.js";
 import * as store from "./store.js";
@@ -107,7 +107,7 @@ function drawMini() {
   const update = () => {
     const p = store.get("playback", {});
     const track = cmd.currentTrack();
-    const key = track ? track.id : "";
+    const key = coverKey(track, "track");
     if (key !== shown || !art.firstChild) {
       shown = key;
       fill(art, cover(track || { name: "" }, "track", "cover mini-cover"));
@@ -190,6 +190,8 @@ async function start() {
   store.on("connection", drawConnection);
   // The player ended this remote's connection: introduce ourselves anew.
   store.on("disconnected", () => restartPairing(true));
+  // The player's library changed as a whole: show the current screen afresh.
+  store.on("updated", () => route());
   window.addEventListener("hashchange", route);
 
   await ensurePaired();
@@ -204,6 +206,7 @@ async function start() {
   });
   showShell();
   await cmd.refreshAll();
+  api.ensureAlbumCovers();
 }
 
 start();

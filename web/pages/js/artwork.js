@@ -41,7 +41,8 @@ function keysOf(item) {
 }
 
 // Learns the pictures of an item and of everything nested in it (an album's
-// tracks, a genre's albums, ...). `albumKey` marks the item as an album.
+// tracks, a genre's albums, ...). `kind` says what the item is ("album",
+// "track", ...).
 export function learn(item, kind) {
   if (!item || typeof item !== "object") return;
   if (Array.isArray(item)) {
@@ -52,6 +53,10 @@ export function learn(item, kind) {
   if (src) {
     for (const key of keysOf(item)) known.set(key, src);
     if (kind === "album" && item.id) known.set(`album:${item.id}`, src);
+    // A track's picture is its album's cover unless the album brings its own.
+    if (kind !== "album" && item.albumid && !known.has(`album:${item.albumid}`)) {
+      known.set(`album:${item.albumid}`, src);
+    }
     if (item.artworkdata && item.artworkdata.sha1) known.set(`sha1:${item.artworkdata.sha1}`, src);
   }
   if (Array.isArray(item.tracks)) learn(item.tracks, "track");

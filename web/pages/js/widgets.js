@@ -5,6 +5,14 @@ import { artworkFor } from "./artwork.js";
 import { clock } from "./format.js";
 import * as store from "./store.js";
 
+// A key that changes when an item's picture becomes known, so that views
+// which redraw only on change notice a late cover.
+export function coverKey(item, kind) {
+  if (!item) return "";
+  const src = artworkFor(item, kind);
+  return `${item.id}|${src ? src.length : 0}`;
+}
+
 // A square cover; a drawn placeholder with the item's initial when the
 // player has no picture for it.
 export function cover(item, kind, className = "cover") {
@@ -106,7 +114,7 @@ export function toggle(label, checked, onChange, attrs = {}) {
 // `matches` it), redrawing when it changes, after asking the player for it
 // with `ask`. The answer may come in the reply or through the status poll;
 // either lands in the store.
-export function follow(scope, container, key, { matches = () => true, draw, ask, missing = "The player has nothing to show here." }) {
+export function follow(scope, container, key, { matches = () => true, draw, ask, redrawOn = [], missing = "The player has nothing to show here." }) {
   let drawn = false;
   const show = (value) => {
     if (value === undefined || value === null || !matches(value)) return;
@@ -116,6 +124,7 @@ export function follow(scope, container, key, { matches = () => true, draw, ask,
   fill(container, loading());
   show(store.get(key));
   scope.on(key, show);
+  for (const other of redrawOn) scope.on(other, () => show(store.get(key)));
   const giveUp = (text) => {
     if (!drawn) fill(container, h("p", { class: "empty" }, text));
   };

@@ -157,9 +157,12 @@ const views = {
     });
     const form = h("form", { class: "search", role: "search", onsubmit: (e) => (e.preventDefault(), clearTimeout(timer), run()) }, icon("search"), input);
     fill(body, form, results);
-    scope.on("search", (found) => {
+    const drawFound = () => {
+      const found = store.get("search");
       if (found && found.search === asked) fill(results, searchResults(found, scope));
-    });
+    };
+    scope.on("search", drawFound);
+    scope.on("albums", drawFound);
     if (input.value) run();
     setTimeout(() => input.focus(), 0);
   },

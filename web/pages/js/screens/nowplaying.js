@@ -4,7 +4,7 @@
 import { h, fill } from "../dom.js";
 import { icon } from "../icons.js";
 import { clock, quality } from "../format.js";
-import { cover } from "../widgets.js";
+import { cover, coverKey } from "../widgets.js";
 import * as store from "../store.js";
 import * as cmd from "../commands.js";
 
@@ -77,7 +77,7 @@ export function render(view, params, scope) {
   let shownTrack = null;
   const drawTrack = () => {
     const track = cmd.currentTrack();
-    const key = track ? `${track.id}|${track.albumid}` : "";
+    const key = coverKey(track, "track");
     if (key === shownTrack && art.firstChild) return;
     shownTrack = key;
     fill(art, cover(track || { name: "" }, "track", "cover np-cover"));

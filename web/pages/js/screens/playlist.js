@@ -16,6 +16,7 @@ export function render(view, params, scope) {
   fill(view, backLink(mood ? "#/library/moods" : "#/library/playlists", mood ? "Moods" : "Playlists"), body);
   follow(scope, body, "playlist", {
     matches: (p) => p.id === params.id,
+    redrawOn: ["albums"],
     ask: () => api.library(mood ? "mood" : "playlist", { id: params.id }),
     missing: mood ? "The player has no tracks for this mood." : "The player does not know this playlist.",
     draw: (playlist) => {

@@ -67,25 +67,58 @@ function stageContent(stage, doc) {
   ];
 }
 
-// The bands of an EQ preset, drawn as bars around the 0 dB line: height by
-// gain when the band carries one ("order" holds it in this player's
-// presets), width by bandwidth.
+// The bands of an EQ preset on a logarithmic frequency axis (20 Hz to
+// 20 kHz): one hump per band at its centre frequency, as wide as its
+// bandwidth (in octaves), with the numbers listed below.
+const SVG = "http://www.w3.org/2000/svg";
+const LOW = Math.log10(20);
+const HIGH = Math.log10(20000);
+
+function svg(tag, attrs) {
+  const el = document.createElementNS(SVG, tag);
+  for (const [k, v] of Object.entries(attrs)) el.setAttribute(k, String(v));
+  return el;
+}
+
+function xOf(frequency, width) {
+  const f = Math.min(20000, Math.max(20, frequency));
+  return ((Math.log10(f) - LOW) / (HIGH - LOW)) * width;
+}
+
 function bands(paramset) {
   if (paramset.length === 0) return h("p", { class: "empty small" }, "Flat: no bands.");
-  const max = Math.max(6, ...paramset.map((b) => Math.abs(Number(b.order) || 0)));
+  const width = 320;
+  const height = 70;
+  const chart = svg("svg", { viewBox: `0 0 ${width} ${height + 14}`, class: "band-chart", role: "img", "aria-label": "Equalizer bands" });
+  for (const f of [100, 1000, 10000]) {
+    const x = xOf(f, width);
+    chart.append(svg("line", { x1: x, x2: x, y1: 0, y2: height, class: "grid-line" }));
+    const label = svg("text", { x, y: height + 12, class: "axis-label", "text-anchor": "middle" });
+    label.textContent = f >= 1000 ? `${f / 1000}k` : String(f);
+    chart.append(label);
+  }
+  chart.append(svg("line", { x1: 0, x2: width, y1: height, y2: height, class: "grid-line" }));
+  for (const band of paramset) {
+    const centre = Number(band.fband) || 1000;
+    const octaves = Math.max(0.2, Number(band.bband) || 1);
+    const points = [];
+    for (let i = 0; i <= 48; ++i) {
+      const x = (i / 48) * width;
+      const f = 10 ** (LOW + (i / 48) * (HIGH - LOW));
+      const distance = Math.log2(f / centre) / octaves;
+      points.push(`${x.toFixed(1)},${(height - (height - 8) * Math.exp(-2 * distance * distance)).toFixed(1)}`);
+    }
+    chart.append(svg("polyline", { points: points.join(" "), class: "band-curve" }));
+  }
   return h(
     "div",
-    { class: "bands", "aria-label": "Equalizer bands" },
-    paramset.map((band) => {
-      const gain = Number(band.order) || 0;
-      const pct = (50 * Math.abs(gain)) / max;
-      return h(
-        "div",
-        { class: "band", title: `${hz(band.fband)}, ${gain > 0 ? "+" : ""}${gain} dB, Q ${band.qband}` },
-        h("div", { class: "band-bar" }, h("span", { class: gain >= 0 ? "up" : "down", style: `height:${pct}%` })),
-        h("span", { class: "band-label" }, hz(band.fband)),
-      );
-    }),
+    { class: "bands" },
+    chart,
+    h(
+      "ul",
+      { class: "band-list" },
+      paramset.map((band) => h("li", {}, h("strong", {}, `${hz(band.fband)} Hz`), ` Q ${band.qband} · ${band.bband} oct`)),
+    ),
   );
 }
 
