@@ -74,13 +74,15 @@ inline std::string flacBytes(int sampleRate, int channels, int bits, std::uint64
   return out + info;
 }
 
-// A PNG picture of a flat colour with a stripe, different for each seed.
+// A PNG picture with a stripe and a pattern, different for each seed and,
+// like a real cover, too large for the service to call it suspiciously small.
 inline std::string pngPicture(int seed, int size = 64) {
   std::vector<std::uint8_t> rgb(static_cast<std::size_t>(size * size * 3));
   for (int i = 0; i < size * size; ++i) {
     const bool stripe = (i % size) / 8 == seed % 8;
     rgb[static_cast<std::size_t>(i * 3)] = static_cast<std::uint8_t>(stripe ? 255 : seed * 37);
-    rgb[static_cast<std::size_t>(i * 3 + 1)] = static_cast<std::uint8_t>(seed * 91 + i / size);
+    rgb[static_cast<std::size_t>(i * 3 + 1)] =
+        static_cast<std::uint8_t>(seed * 91 + (i / size) * (i % size));
     rgb[static_cast<std::size_t>(i * 3 + 2)] = static_cast<std::uint8_t>(200 - seed * 13);
   }
   return refhost::encodePng(size, size, rgb);

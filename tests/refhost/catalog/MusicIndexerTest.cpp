@@ -120,6 +120,7 @@ TEST_F(MusicIndexerTest, CoversComeFromEmbeddedPicturesOrTheFolderAndAreShared) 
   const CatalogAlbum* loose = albumNamed(catalog, "Unknown Album");
   ASSERT_TRUE(harbour && twin && field && loose);
 
+  ASSERT_GT(music.harbourPicture.size(), 768u) << "the fixture's pictures look like real ones";
   // Embedded FLAC picture, written out with the extension of its content.
   EXPECT_EQ(fs::path(harbour->coverPath).parent_path(), fs::path(covers()));
   EXPECT_EQ(fs::path(harbour->coverPath).extension(), ".png");
