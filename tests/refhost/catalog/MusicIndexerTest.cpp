@@ -142,7 +142,7 @@ TEST_F(MusicIndexerTest, CoversComeFromEmbeddedPicturesOrTheFolderAndAreShared) 
   EXPECT_EQ(files, 3u);
 }
 
-TEST_F(MusicIndexerTest, EmbeddedPicturesInWavAndNonImagePicturesAreHandled) {
+TEST_F(MusicIndexerTest, Id3PicturesInWavAndMp3AndNonImagePictures) {
   velora_test::TempDir other;
   const std::string folder = other.path() + "/m";
   // An ID3v2 picture inside a WAV file wins over the folder picture.
@@ -155,7 +155,23 @@ TEST_F(MusicIndexerTest, EmbeddedPicturesInWavAndNonImagePicturesAreHandled) {
                          {"Two", "Someone", "", "No Art", "", 1, 0, ""});
   refhost_test::writeFile(folder + "/B/cover.jpg", std::string(2000, 'G'));
 
+  // MP3 with an ID3v2 picture.
+  const std::string mp3Picture = refhost_test::pngPicture(7);
+  refhost_test::writeFile(folder + "/C/03 - three.mp3", refhost_test::mp3Bytes(3.2));
+  refhost_test::applyTags(folder + "/C/03 - three.mp3",
+                          {"Three", "Someone", "", "Mp3 Art", "", 3, 2001, mp3Picture});
+
   const Catalog catalog = index(folder, covers());
+  ASSERT_EQ(catalog.trackCount(), 3u) << log.str();
+  const CatalogAlbum* mp3Art = albumNamed(catalog, "Mp3 Art");
+  ASSERT_NE(mp3Art, nullptr);
+  const CatalogTrack* three = catalog.track(mp3Art->trackIds.at(0));
+  EXPECT_EQ(three->fileType, "MP3");
+  EXPECT_EQ(three->sampleRate, 44100);
+  EXPECT_EQ(three->duration, 3);
+  EXPECT_EQ(three->number, 3);
+  EXPECT_EQ(mp3Art->year, 2001);
+  EXPECT_EQ(readFile(mp3Art->coverPath), mp3Picture);
   const CatalogAlbum* wavArt = albumNamed(catalog, "Wav Art");
   const CatalogAlbum* noArt = albumNamed(catalog, "No Art");
   ASSERT_TRUE(wavArt && noArt);
