@@ -308,6 +308,8 @@ TEST_F(HostProgram, AccountPlaylistsDevicesAndLibraryListsAnswerAsARemoteExpects
   const double percent = std::stod(jsonValue(progress.body, "percentComplete"));
   EXPECT_GT(percent, 0);
   EXPECT_EQ(httpGet(port_, "/scanCancel?which=local").body, "\"CANCELLED\"");
+  ASSERT_EQ(httpGet(port_, "/logout?which=tidal").status, 200);
+  EXPECT_EQ(httpGet(port_, "/getStash").status, 401);
 }
 
 // A second host started on the same ports takes the next free one, says so,
@@ -328,4 +330,89 @@ TEST_F(HostProgram, ASecondHostFindsItsOwnPortAndStopsOnInterrupt) {
   EXPECT_EQ(httpGet(port, "/getHeartbeat", 1000).status, 0);  // nobody listens any more
   // The first host serves on.
   EXPECT_EQ(httpGet(port_, "/getHeartbeat").status, 200);
+}
+
+TEST_F(HostProgram, TheQueueAndThePlayModeFollowARemotesEdits) {
+  const std::string token = pair("Queue%20test");
+  const Album album = firstAlbum();
+  ASSERT_GE(album.tracks.size(), 3u);
+  // Start at the third track: the queue is the whole album.
+  ASSERT_EQ(httpGet(port_, "/playback/play?itemid=" + album.id + "&item=2&token=" + token).status,
+            200);
+  EXPECT_EQ(jsonValue(httpGet(port_, "/getPlayState").body, "trackId"), album.tracks[2].first);
+
+  // Moving the last track to the front keeps the current one playing.
+  const std::string last = album.tracks.back().first;
+  ASSERT_EQ(httpGet(port_, "/playback/move?trackid=" + last + "&position=0&token=" + token).status,
+            200);
+  const auto queue = idsAndNames(httpGet(port_, "/getNowPlaying").body);
+  ASSERT_EQ(queue.size(), album.tracks.size());
+  EXPECT_EQ(queue.front().first, last);
+  EXPECT_EQ(queue[1].first, album.tracks[0].first);
+  EXPECT_EQ(jsonValue(httpGet(port_, "/getPlayState").body, "trackId"), album.tracks[2].first);
+
+  // Repeat-all wraps "previous" from the head of the queue to its end.
+  ASSERT_EQ(httpGet(port_, "/playback/mode?mode=1").status, 200);
+  EXPECT_EQ(jsonValue(httpGet(port_, "/playback/getmode").body, "playbackmode"), "1");
+  ASSERT_EQ(httpGet(port_, "/playback/play?itemid=" + last + "&item=0&token=" + token).status, 200);
+  ASSERT_EQ(httpGet(port_, "/playback/previous").status, 200);
+  EXPECT_EQ(jsonValue(httpGet(port_, "/getPlayState").body, "trackId"), queue.back().first);
+
+  // Play from a playlist the remote is showing, by track and parent list.
+  const auto created = httpGet(port_, "/createPlaylist?name=Queue%20test");
+  const std::string playlist = jsonValue(created.body, "id");
+  ASSERT_EQ(httpGet(port_, "/addItemToPlaylist?playlistUuid=" + playlist +
+                               "&itemUuid=" + album.tracks[1].first)
+                .status,
+            200);
+  ASSERT_EQ(httpGet(port_, "/addItemToPlaylist?playlistUuid=" + playlist +
+                               "&itemUuid=" + album.tracks[0].first)
+                .status,
+            200);
+  ASSERT_EQ(httpGet(port_, "/setPlaybackItem?uuid=" + album.tracks[0].first +
+                               "&play=true&sortBy=0&reverseSort=0&parentuuid=" + playlist)
+                .status,
+            200);
+  const auto listQueue = idsAndNames(httpGet(port_, "/getNowPlaying").body);
+  ASSERT_EQ(listQueue.size(), 2u);
+  EXPECT_EQ(listQueue[0].first, album.tracks[1].first);
+  const auto state = httpGet(port_, "/getPlayState").body;
+  EXPECT_EQ(jsonValue(state, "trackId"), album.tracks[0].first);
+  EXPECT_EQ(jsonValue(state, "state"), "playing");
+  ASSERT_EQ(httpGet(port_, "/playback/pause").status, 200);
+  ASSERT_EQ(httpGet(port_, "/playback/mode?mode=0").status, 200);
+}
+
+TEST_F(HostProgram, StashDownloadsProgressWhileTheRemoteWatches) {
+  ASSERT_EQ(httpGet(port_, "/login?username=demo&password=demo&which=tidal").status, 200);
+  const std::string sku = jsonValue(httpGet(port_, "/getStash").body, "sku");
+  ASSERT_FALSE(sku.empty());
+  EXPECT_NE(httpGet(port_, "/getItemsForSkuId?sku=" + sku).body.find("\"duration\""),
+            std::string::npos);
+  EXPECT_EQ(httpGet(port_, "/pauseDownload?sku=" + sku).status, 401);  // nothing runs yet
+
+  ASSERT_EQ(httpGet(port_, "/startDownload?sku=" + sku).status, 200);
+  auto progressOf = [&] {
+    const std::string status = httpGet(port_, "/getDownloadStatus").body;
+    const std::string value = jsonValue(status, "progress", status.find(sku));
+    return value.empty() ? -1.0 : std::stod(value);
+  };
+  std::this_thread::sleep_for(std::chrono::milliseconds(700));
+  const double early = progressOf();
+  EXPECT_GT(early, 0);
+  EXPECT_LT(early, 100);
+  ASSERT_EQ(httpGet(port_, "/pauseDownload?sku=" + sku).status, 200);
+  const double paused = progressOf();
+  std::this_thread::sleep_for(std::chrono::milliseconds(600));
+  EXPECT_EQ(progressOf(), paused);
+  ASSERT_EQ(httpGet(port_, "/resumeDownload?sku=" + sku).status, 200);
+  double done = 0;
+  for (int i = 0; i < 50 && done < 100; ++i) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(200));
+    done = progressOf();
+  }
+  EXPECT_EQ(done, 100);
+  const std::string status = httpGet(port_, "/getDownloadStatus").body;
+  EXPECT_EQ(jsonValue(status, "state", status.find(sku)), "done");
+  ASSERT_EQ(httpGet(port_, "/logout?which=tidal").status, 200);
 }
