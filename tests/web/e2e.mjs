@@ -233,6 +233,20 @@ async function main() {
   const coverOk = await cards.first().locator("img.cover").evaluate((img) => img.complete && img.naturalWidth > 0);
   check(coverOk, "album cover did not decode");
   const libraryUrl = page.url();
+  // Covers from a music folder are often JPEG: one made by the browser itself
+  // must come out of the page's artwork code as a picture that decodes.
+  const jpegOk = await page.evaluate(async () => {
+    const canvas = document.createElement("canvas");
+    canvas.width = canvas.height = 4;
+    const base64 = canvas.toDataURL("image/jpeg").split(",")[1];
+    const { artworkFor } = await import("/js/artwork.js");
+    const src = artworkFor({ id: "jpeg-probe", artworkdata: { id: "jpeg-probe", imagedata: base64 } }, "album");
+    const img = new Image();
+    img.src = src;
+    await img.decode();
+    return src.startsWith("data:image/jpeg;base64,") && img.naturalWidth === 4;
+  });
+  check(jpegOk, "a JPEG cover does not become a decodable image/jpeg data URL");
 
   begin("search finds an album by part of its name");
   const firstAlbumName = (await cards.first().locator(".card-title").textContent()).trim();

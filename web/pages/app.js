@@ -1,24 +1,24 @@
 // The web remote's entry point: pairing first, then the screens, the player
 // bar and the connection banner, driven by the address's hash
 // (#/now, #/library/albums, #/album/<id>, ...).
-import { h, fill } from "./dom.js";
-import { icon } from "./icons.js";
-import { clock } from "./format.js";
-import { cover, coverKey } from "./widgets.js";
-import { createScope } from "./scope.js";
-import * as api from "./api.js";
-import * as store from "./store.js";
-import * as cmd from "./commands.js";
-import * as pairing from "./screens/pairing.js";
-import * as nowplaying from "./screens/nowplaying.js";
-import * as library from "./screens/library.js";
-import * as album from "./screens/album.js";
-import * as artist from "./screens/artist.js";
-import * as playlist from "./screens/playlist.js";
-import * as genre from "./screens/genre.js";
-import * as queue from "./screens/queue.js";
-import * as sound from "./screens/sound.js";
-import * as settings from "./screens/settings.js";
+import { h, fill } from "./js/dom.js";
+import { icon } from "./js/icons.js";
+import { clock } from "./js/format.js";
+import { cover, coverKey } from "./js/widgets.js";
+import { createScope } from "./js/scope.js";
+import * as api from "./js/api.js";
+import * as store from "./js/store.js";
+import * as cmd from "./js/commands.js";
+import * as pairing from "./js/screens/pairing.js";
+import * as nowplaying from "./js/screens/nowplaying.js";
+import * as library from "./js/screens/library.js";
+import * as album from "./js/screens/album.js";
+import * as artist from "./js/screens/artist.js";
+import * as playlist from "./js/screens/playlist.js";
+import * as genre from "./js/screens/genre.js";
+import * as queue from "./js/screens/queue.js";
+import * as sound from "./js/screens/sound.js";
+import * as settings from "./js/screens/settings.js";
 
 const NAV = [
   { path: "now", name: "Now playing", icon: "nowplaying", screen: nowplaying },

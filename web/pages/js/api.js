@@ -130,7 +130,12 @@ export async function pair({ onWaiting } = {}) {
 
 // Tells the player to let this page go, and forgets the identity.
 export async function unpair() {
-  if (session) await request("disconnect", { code: session.code }, { withToken: false }).catch(() => {});
+  if (session) {
+    // Cleared first, so the player's own notice of this disconnect is not
+    // taken for one it started.
+    session.token = null;
+    await request("disconnect", { code: session.code }, { withToken: false }).catch(() => {});
+  }
   localStorage.removeItem(SESSION_KEY);
   session = null;
 }
