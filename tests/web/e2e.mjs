@@ -422,6 +422,14 @@ async function main() {
   check(pageErrors.length === 0, `the page reported errors:\n  ${pageErrors.join("\n  ")}`);
 }
 
+// Stopped from outside (a test timeout): take the host down too.
+for (const signal of ["SIGTERM", "SIGINT"]) {
+  process.once(signal, () => {
+    host.proc?.kill("SIGKILL");
+    process.exit(1);
+  });
+}
+
 let failed = null;
 try {
   await main();

@@ -181,6 +181,9 @@ const appliers = {
   library(doc) {
     for (const [key, name] of Object.entries(libraryKeys)) {
       if (!(key in doc)) continue;
+      // A view usually arrives twice, in the reply and through the status
+      // poll; the second copy would only redraw the same screen.
+      if (sameJson(store.get(name), doc[key])) continue;
       const kind = key === "albums" || key === "album" ? "album" : key;
       learn(doc[key], kind);
       store.set(name, doc[key]);
@@ -202,6 +205,11 @@ const appliers = {
 };
 for (const stage of ["equalizer", "irc", "ac", "ooyh"]) {
   appliers[stage] = (doc) => store.patch(stage, doc);
+}
+
+function sameJson(a, b) {
+  if (a === undefined || a === null || typeof a !== "object") return false;
+  return JSON.stringify(a) === JSON.stringify(b);
 }
 
 // Applies the documents of one "status" delivery (or of a reply that carries

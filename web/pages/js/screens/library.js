@@ -149,7 +149,10 @@ const views = {
         return;
       }
       fill(results, loading("Searching…"));
-      api.library("search", { param: term }).catch(() => fill(results, h("p", { class: "empty" }, "The player did not answer.")));
+      api
+        .library("search", { param: term })
+        .then(() => drawFound())
+        .catch(() => fill(results, h("p", { class: "empty" }, "The player did not answer.")));
     };
     input.addEventListener("input", () => {
       clearTimeout(timer);
