@@ -93,16 +93,17 @@ function portFree(port) {
 }
 
 class Host {
-  constructor(exe, basePort, cacheDir) {
+  constructor(exe, basePort, cacheDir, extraArgs = []) {
     this.exe = exe;
     this.basePort = basePort;
     this.cacheDir = cacheDir;
+    this.extraArgs = extraArgs;
     this.lines = [];
     this.port = 0;
   }
 
   start() {
-    this.proc = spawn(this.exe, ["--port", String(this.basePort), "--cache", this.cacheDir], {
+    this.proc = spawn(this.exe, ["--port", String(this.basePort), "--cache", this.cacheDir, ...this.extraArgs], {
       stdio: ["pipe", "pipe", "pipe"],
     });
     this.exited = new Promise((resolve) => this.proc.once("exit", (code, signal) => resolve({ code, signal })));
@@ -172,6 +173,7 @@ const profile = mkdtempSync(path.join(os.tmpdir(), "velora-e2e-profile-"));
 mkdirSync(SHOTS, { recursive: true });
 let context;
 let page;
+let prompting = null;
 const pageErrors = [];
 
 async function shot(name, viewport) {
@@ -419,6 +421,26 @@ async function main() {
     return state && state.state === 1 && state.trackid === trackIds[0];
   }, { timeout: 15000, interval: 500 });
 
+  begin("pairing waits for the player's approval at its console");
+  prompting = new Host(args.host, await freeBasePort(), host.cacheDir, ["--approve", "prompt"]);
+  await prompting.start();
+  const second = await context.newPage();
+  second.on("pageerror", (err) => pageErrors.push(err.message));
+  await second.setViewportSize(PHONE);
+  await second.goto(`http://127.0.0.1:${prompting.port}/`);
+  const code = (await second.locator("#pairing-code").textContent()).trim();
+  const asked = await until("the host to ask about the page's code", () =>
+    prompting.lines.find((l) => /approve/i.test(l) && l.includes(code)),
+  );
+  log(`host console: ${asked.trim()}`);
+  await second.waitForTimeout(1500);
+  check(!(await second.locator("#nav").isVisible()), "the page went past pairing before the player approved it");
+  await second.mouse.move(PHONE.width - 1, 1);
+  await second.screenshot({ path: path.join(SHOTS, "pairing-phone.png") });
+  prompting.proc.stdin.write("y\n");
+  await second.locator("#nav").waitFor({ state: "visible", timeout: 10000 });
+  await second.close();
+
   check(pageErrors.length === 0, `the page reported errors:\n  ${pageErrors.join("\n  ")}`);
 }
 
@@ -426,6 +448,7 @@ async function main() {
 for (const signal of ["SIGTERM", "SIGINT"]) {
   process.once(signal, () => {
     host.proc?.kill("SIGKILL");
+    prompting?.proc?.kill("SIGKILL");
     process.exit(1);
   });
 }
@@ -453,6 +476,7 @@ if (failed) {
 }
 await context?.close().catch(() => {});
 await host.stop().catch(() => {});
+await prompting?.stop().catch(() => {});
 rmSync(profile, { recursive: true, force: true });
 rmSync(host.cacheDir, { recursive: true, force: true });
 if (failed) process.exit(1);
