@@ -184,12 +184,12 @@ std::string drawCover(std::uint64_t seed) {
 
 // ---------------------------------------------------------------- content
 
-struct ArtistSpec {
+struct ArtistEntry {
   const char* name;
   const char* info;
 };
 
-const std::vector<ArtistSpec> kArtists = {
+const std::vector<ArtistEntry> kArtists = {
     {"Marisol Vantreck Quartet",
      "Piano, upright bass, drums and flugelhorn; four friends who "
      "met in a conservatory basement."},
@@ -208,12 +208,12 @@ const std::vector<ArtistSpec> kArtists = {
      "empty water tower."},
 };
 
-struct GenreSpec {
+struct GenreEntry {
   const char* id;
   const char* name;
 };
 
-const std::vector<GenreSpec> kGenres = {
+const std::vector<GenreEntry> kGenres = {
     {"ge-jazz", "Jazz"},           {"ge-indie-rock", "Indie Rock"},
     {"ge-classical", "Classical"}, {"ge-electronic", "Electronic"},
     {"ge-folk", "Folk"},           {"ge-ambient", "Ambient"},
@@ -221,7 +221,7 @@ const std::vector<GenreSpec> kGenres = {
 
 enum class Titles { Songs, Piano, Choral };
 
-struct AlbumSpec {
+struct AlbumEntry {
   const char* title;
   int artist;  // index into kArtists
   int genre;   // index into kGenres
@@ -237,7 +237,7 @@ struct AlbumSpec {
 
 constexpr int kDsd64 = 2822400, kDsd128 = 5644800, kDsd256 = 11289600;
 
-const std::vector<AlbumSpec> kAlbums = {
+const std::vector<AlbumEntry> kAlbums = {
     {"Blue Hours at Pellmore", 0, 0, 2014, "FLAC", 96000, 24, 8, false, 250, 470, Titles::Songs},
     {"Cedar Room Sessions", 0, 0, 2017, "DSF", kDsd64, 1, 7, false, 240, 480, Titles::Songs},
     {"Late Tram Home", 0, 0, 2021, "FLAC", 48000, 24, 9, true, 220, 440, Titles::Songs},
@@ -297,7 +297,7 @@ std::string songTitle(Random& random) {
   }
 }
 
-std::string trackTitle(const AlbumSpec& album, int number, Random& random) {
+std::string trackTitle(const AlbumEntry& album, int number, Random& random) {
   char buffer[96];
   switch (album.titles) {
     case Titles::Piano: {
@@ -328,7 +328,7 @@ std::string twoDigits(int value) {
   return buffer;
 }
 
-std::string formatText(const AlbumSpec& album) {
+std::string formatText(const AlbumEntry& album) {
   char buffer[96];
   if (album.bitDepth == 1) {
     std::snprintf(buffer, sizeof buffer, "DSD%d %s", album.sampleRate / 44100, album.fileType);
@@ -344,26 +344,26 @@ std::string formatText(const AlbumSpec& album) {
   return text;
 }
 
-struct MoodSpec {
+struct MoodEntry {
   const char* id;
   const char* name;
   std::vector<int> genres;  // the genres its tracks are drawn from
 };
 
-const std::vector<MoodSpec> kMoods = {
+const std::vector<MoodEntry> kMoods = {
     {"mo-calm", "Calm", {2, 4, 5}},          {"mo-energetic", "Energetic", {1, 3}},
     {"mo-late-night", "Late Night", {0, 3}}, {"mo-melancholy", "Melancholy", {1, 2, 4}},
     {"mo-focus", "Focus", {2, 3, 5}},
 };
 
-struct PlaylistSpec {
+struct PlaylistEntry {
   const char* id;
   const char* name;
   const char* info;
   std::vector<int> genres;  // empty: chosen by format instead
 };
 
-const std::vector<PlaylistSpec> kPlaylists = {
+const std::vector<PlaylistEntry> kPlaylists = {
     {"pl-sunday-morning", "Sunday Morning", "Coffee, newspaper, no hurry.", {0, 2, 4}},
     {"pl-deep-focus", "Deep Focus", "Long pieces without words.", {2, 3, 5}},
     {"pl-road-trip", "Road Trip", "Windows down.", {1, 3, 4}},
@@ -390,25 +390,25 @@ Catalog buildSampleLibrary(const std::string& coverFolder) {
     artist.info = kArtists[i].info;
     catalog.addArtist(std::move(artist));
   }
-  for (const auto& spec : kGenres) {
+  for (const auto& entry : kGenres) {
     CatalogGenre genre;
-    genre.id = spec.id;
-    genre.name = spec.name;
+    genre.id = entry.id;
+    genre.name = entry.name;
     catalog.addGenre(std::move(genre));
   }
 
   std::vector<std::vector<std::string>> tracksByGenre(kGenres.size());
   std::vector<std::string> hiResTracks;
   for (std::size_t a = 0; a < kAlbums.size(); ++a) {
-    const AlbumSpec& spec = kAlbums[a];
+    const AlbumEntry& entry = kAlbums[a];
     Random random(0x56656c6f7261ull * (a + 1));
     CatalogAlbum album;
     album.id = "al" + twoDigits(static_cast<int>(a + 1));
-    album.title = spec.title;
-    album.artistId = "ar" + twoDigits(spec.artist + 1);
-    album.genreId = kGenres[static_cast<std::size_t>(spec.genre)].id;
-    album.year = spec.year;
-    album.info = formatText(spec) + ", " + std::to_string(spec.year);
+    album.title = entry.title;
+    album.artistId = "ar" + twoDigits(entry.artist + 1);
+    album.genreId = kGenres[static_cast<std::size_t>(entry.genre)].id;
+    album.year = entry.year;
+    album.info = formatText(entry) + ", " + std::to_string(entry.year);
     album.coverPath =
         storeFile(coverFolder, "album-" + album.id + ".png", drawCover(random.next()));
     const std::string albumId = album.id;
@@ -416,58 +416,58 @@ Catalog buildSampleLibrary(const std::string& coverFolder) {
     catalog.addAlbum(std::move(album));
 
     std::set<std::string> used;
-    for (int n = 1; n <= spec.trackCount; ++n) {
+    for (int n = 1; n <= entry.trackCount; ++n) {
       CatalogTrack track;
       track.id = albumId + "-t" + twoDigits(n);
       do {
-        track.title = trackTitle(spec, n, random);
+        track.title = trackTitle(entry, n, random);
       } while (!used.insert(track.title).second);
       track.artistId = artistId;
       track.albumId = albumId;
-      track.fileType = spec.fileType;
+      track.fileType = entry.fileType;
       track.number = n;
-      track.duration = random.between(spec.minSeconds, spec.maxSeconds);
-      track.sampleRate = spec.sampleRate;
-      track.bitDepth = spec.bitDepth;
-      track.mqa = spec.mqa;
-      tracksByGenre[static_cast<std::size_t>(spec.genre)].push_back(track.id);
-      if (spec.sampleRate >= 96000) hiResTracks.push_back(track.id);
+      track.duration = random.between(entry.minSeconds, entry.maxSeconds);
+      track.sampleRate = entry.sampleRate;
+      track.bitDepth = entry.bitDepth;
+      track.mqa = entry.mqa;
+      tracksByGenre[static_cast<std::size_t>(entry.genre)].push_back(track.id);
+      if (entry.sampleRate >= 96000) hiResTracks.push_back(track.id);
       catalog.addTrack(std::move(track));
     }
   }
 
   for (std::size_t m = 0; m < kMoods.size(); ++m) {
-    const MoodSpec& spec = kMoods[m];
+    const MoodEntry& entry = kMoods[m];
     Random random(0x4d6f6f64ull * (m + 1));
     std::vector<std::string> pool;
-    for (const int g : spec.genres) {
+    for (const int g : entry.genres) {
       const auto& ids = tracksByGenre[static_cast<std::size_t>(g)];
       pool.insert(pool.end(), ids.begin(), ids.end());
     }
     CatalogMood mood;
-    mood.id = spec.id;
-    mood.name = spec.name;
+    mood.id = entry.id;
+    mood.name = entry.name;
     mood.trackIds = sample(pool, 16, random);
     mood.coverPath =
-        storeFile(coverFolder, std::string("mood-") + spec.id + ".png", drawCover(random.next()));
+        storeFile(coverFolder, std::string("mood-") + entry.id + ".png", drawCover(random.next()));
     catalog.addMood(std::move(mood));
   }
 
   for (std::size_t p = 0; p < kPlaylists.size(); ++p) {
-    const PlaylistSpec& spec = kPlaylists[p];
+    const PlaylistEntry& entry = kPlaylists[p];
     Random random(0x506c61796cull * (p + 1));
     std::vector<std::string> pool = hiResTracks;
-    if (!spec.genres.empty()) {
+    if (!entry.genres.empty()) {
       pool.clear();
-      for (const int g : spec.genres) {
+      for (const int g : entry.genres) {
         const auto& ids = tracksByGenre[static_cast<std::size_t>(g)];
         pool.insert(pool.end(), ids.begin(), ids.end());
       }
     }
     CatalogPlaylist playlist;
-    playlist.id = spec.id;
-    playlist.name = spec.name;
-    playlist.info = spec.info;
+    playlist.id = entry.id;
+    playlist.name = entry.name;
+    playlist.info = entry.info;
     playlist.trackIds = sample(pool, static_cast<std::size_t>(random.between(10, 15)), random);
     catalog.addPlaylist(std::move(playlist));
   }
