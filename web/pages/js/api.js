@@ -268,6 +268,7 @@ export function startStatusPoll({ onReturn } = {}) {
     let lost = false;
     while (polling) {
       try {
+        const sent = Date.now();
         const response = await fetch("/status", { cache: "no-store", signal: AbortSignal.timeout(15000) });
         if (response.status !== 304 && response.status !== 200) throw new Error(`status ${response.status}`);
         if (lost) {
@@ -277,6 +278,10 @@ export function startStatusPoll({ onReturn } = {}) {
         }
         delay = 500;
         if (response.status === 200) applyDocuments(await statusBody(response));
+        // A 304 normally takes the player's whole second. One that comes back
+        // at once means the player is shutting down; a short pause keeps the
+        // page from hammering it until it is gone.
+        else if (Date.now() - sent < 100) await sleep(250);
       } catch (err) {
         if (!polling) break;
         lost = true;
