@@ -207,6 +207,21 @@ async function start() {
   showShell();
   await cmd.refreshAll();
   api.ensureAlbumCovers();
+  watchPosition();
+}
+
+// Each change reaches only one of the remotes that poll at that moment, so
+// with a second remote open this page may miss position updates. While the
+// player plays and nothing came for a while, ask it directly: the answer
+// comes in the reply.
+function watchPosition() {
+  setInterval(() => {
+    const p = store.get("playback", {});
+    const lost = (store.get("connection") || {}).state === "reconnecting";
+    if (paired && !lost && Number(p.state) === cmd.PLAYING && Date.now() - (p.receivedAt || 0) > 1800) {
+      api.playbackQuery("getplayerstate").catch(() => {});
+    }
+  }, 1000);
 }
 
 start();
