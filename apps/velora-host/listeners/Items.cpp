@@ -112,6 +112,14 @@ std::vector<Track*> ItemPool::tracks(const LibraryView& lib, const std::vector<s
   return out;
 }
 
+std::vector<Album*> ItemPool::albums(const LibraryView& lib, const std::vector<std::string>& ids) {
+  std::vector<Album*> out;
+  for (const std::string& id : ids) {
+    if (const CatalogAlbum* a = lib.catalog.album(id)) out.push_back(album(lib, *a, false));
+  }
+  return out;
+}
+
 Album* ItemPool::album(const LibraryView& lib, const CatalogAlbum& a, bool withTracks) {
   Album* item = Album::getAlbum(VeloraSourceLocal, a.id.c_str());
   albums_.push_back(item);
@@ -134,15 +142,7 @@ Artist* ItemPool::artist(const LibraryView& lib, const CatalogArtist& a, bool wi
   Artist* item = Artist::getArtist(VeloraSourceLocal, a.id.c_str());
   artists_.push_back(item);
   item->setArtistName(a.name.c_str());
-  if (withAlbums) {
-    std::vector<Album*> albums;
-    for (const std::string& id : a.albumIds) {
-      if (const CatalogAlbum* album = lib.catalog.album(id)) {
-        albums.push_back(this->album(lib, *album, false));
-      }
-    }
-    item->setAlbums(albums);
-  }
+  if (withAlbums) item->setAlbums(albums(lib, a.albumIds));
   item->setArtworkPath(firstAlbumCover(lib, a.albumIds).c_str());
   item->setArtworkID(a.id.c_str());
   item->setInfo(a.info.c_str());
@@ -158,15 +158,7 @@ Genre* ItemPool::genre(const LibraryView& lib, const CatalogGenre& g, bool withA
   Genre* item = Genre::getGenre(g.id.c_str());
   genres_.push_back(item);
   item->setGenreName(g.name.c_str());
-  if (withAlbums) {
-    std::vector<Album*> albums;
-    for (const std::string& id : page(g.albumIds, index, count)) {
-      if (const CatalogAlbum* album = lib.catalog.album(id)) {
-        albums.push_back(this->album(lib, *album, false));
-      }
-    }
-    item->setAlbums(albums);
-  }
+  if (withAlbums) item->setAlbums(albums(lib, page(g.albumIds, index, count)));
   item->setArtworkPath(firstAlbumCover(lib, g.albumIds).c_str());
   item->setArtworkID(g.id.c_str());
   item->setInfo((std::to_string(g.albumIds.size()) + " albums").c_str());
@@ -212,6 +204,48 @@ Mood* ItemPool::mood(const LibraryView& lib, const CatalogMood& m) {
   item->setArtworkID(m.id.c_str());
   item->setLibraryLocation(kLocation);
   return item;
+}
+
+Track* LibraryItems::track(const std::string& id) {
+  return found([&](const LibraryView& lib) { return lib.track(id); },
+               [](const LibraryView& lib, ItemPool& pool, const CatalogTrack& t) {
+                 return pool.track(lib, t, true);
+               });
+}
+
+Album* LibraryItems::album(const std::string& id) {
+  return found([&](const LibraryView& lib) { return lib.catalog.album(id); },
+               [](const LibraryView& lib, ItemPool& pool, const CatalogAlbum& a) {
+                 return pool.album(lib, a, true);
+               });
+}
+
+Artist* LibraryItems::artist(const std::string& id) {
+  return found([&](const LibraryView& lib) { return lib.catalog.artist(id); },
+               [](const LibraryView& lib, ItemPool& pool, const CatalogArtist& a) {
+                 return pool.artist(lib, a, true);
+               });
+}
+
+Playlist* LibraryItems::playlist(const std::string& id) {
+  return found([&](const LibraryView& lib) { return lib.catalog.playlist(id); },
+               [](const LibraryView& lib, ItemPool& pool, const CatalogPlaylist& p) {
+                 return pool.playlist(lib, p, true);
+               });
+}
+
+Playlist* LibraryItems::mood(const std::string& id) {
+  return found([&](const LibraryView& lib) { return lib.catalog.mood(id); },
+               [](const LibraryView& lib, ItemPool& pool, const CatalogMood& m) {
+                 return pool.moodPlaylist(lib, m);
+               });
+}
+
+Genre* LibraryItems::genre(const std::string& id, int index, int count) {
+  return found([&](const LibraryView& lib) { return lib.catalog.genre(id); },
+               [&](const LibraryView& lib, ItemPool& pool, const CatalogGenre& g) {
+                 return pool.genre(lib, g, true, index, count);
+               });
 }
 
 }  // namespace refhost

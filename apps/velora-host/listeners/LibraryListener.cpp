@@ -14,6 +14,8 @@
 
 namespace refhost {
 
+using Library = IVeloraLibraryService;
+
 namespace {
 
 constexpr int kOk = 0;
@@ -86,6 +88,45 @@ void sortItems(std::vector<const T*>& items, const std::function<std::string(con
   if (reverse) std::reverse(items.begin(), items.end());
 }
 
+// The status of a request that found its item: the item goes to `answer`.
+template <typename Item, typename Answer>
+int answerWith(Item* item, Answer answer) {
+  if (item == nullptr) return kFailed;
+  answer(item);
+  return kOk;
+}
+
+// The status of a request that asked the player for a change: `then`
+// publishes the change when the player made it.
+template <typename Then>
+int ifDone(bool done, Then then) {
+  if (!done) return kFailed;
+  then();
+  return kOk;
+}
+
+// Where the transport is, as the player application's endpoints tell it.
+JsonObject transportJson(const TransportSnapshot& s) {
+  return JsonObject()
+      .add("state", transportName(s.transport))
+      .add("trackId", s.trackId)
+      .add("elapsed", s.elapsed)
+      .add("duration", s.duration);
+}
+
+// Playlists whose names hold `term`, whatever the case.
+std::vector<const CatalogPlaylist*> playlistsNamed(const Catalog& catalog,
+                                                   const std::string& term) {
+  std::vector<const CatalogPlaylist*> out;
+  const std::string lowered = folded(term);
+  for (const CatalogPlaylist* p : catalog.playlists()) {
+    if (folded(p->name).find(lowered) != std::string::npos) out.push_back(p);
+  }
+  return out;
+}
+
+constexpr const char* kReadOnly = "library items are read-only in this host; nothing deleted";
+
 std::string padded(int n) {
   std::string s = std::to_string(n);
   return std::string(s.size() < 8 ? 8 - s.size() : 0, '0') + s;
@@ -126,68 +167,38 @@ int number(const char* value, int fallback) {
 
 void LibraryListener::onRequestAlbums(int& index, int& count, VeloraLibraryItemSource& source) {
   host_.console.call("onRequestAlbums", index, count, source);
-  ItemPool pool;
-  std::vector<Album*> albums;
-  host_.player.withLibrary([&](const LibraryView& lib) {
-    for (const CatalogAlbum* a : page(lib.catalog.albums(), index, count)) {
-      albums.push_back(pool.album(lib, *a, false));
-    }
-  });
-  library().setAlbumList(albums, std::max(index, 0));
+  LibraryItems items(host_.player);
+  library().setAlbumList(items.list(&Catalog::albums, index, count), std::max(index, 0));
 }
 
 void LibraryListener::onRequestTracks(int& index, int& count, VeloraLibraryItemSource& source) {
   host_.console.call("onRequestTracks", index, count, source);
-  ItemPool pool;
-  std::vector<Track*> tracks;
-  host_.player.withLibrary([&](const LibraryView& lib) {
-    for (const CatalogTrack* t : page(lib.catalog.tracks(), index, count)) {
-      tracks.push_back(pool.track(lib, *t));
-    }
-  });
-  library().setTrackList(tracks, std::max(index, 0));
+  LibraryItems items(host_.player);
+  library().setTrackList(items.list(&Catalog::tracks, index, count), std::max(index, 0));
 }
 
 void LibraryListener::onRequestArtists(int& index, int& count, VeloraLibraryItemSource& source) {
   host_.console.call("onRequestArtists", index, count, source);
-  ItemPool pool;
-  std::vector<Artist*> artists;
-  host_.player.withLibrary([&](const LibraryView& lib) {
-    for (const CatalogArtist* a : page(lib.catalog.artists(), index, count)) {
-      artists.push_back(pool.artist(lib, *a, false));
-    }
-  });
-  library().setArtistList(artists, std::max(index, 0));
+  LibraryItems items(host_.player);
+  library().setArtistList(items.list(&Catalog::artists, index, count), std::max(index, 0));
 }
 
 void LibraryListener::onRequestMoods() {
   host_.console.call("onRequestMoods");
-  ItemPool pool;
-  std::vector<Mood*> moods;
-  host_.player.withLibrary([&](const LibraryView& lib) {
-    for (const CatalogMood* m : lib.catalog.moods()) moods.push_back(pool.mood(lib, *m));
-  });
-  library().setMoodList(moods);
+  LibraryItems items(host_.player);
+  library().setMoodList(items.list(&Catalog::moods));
 }
 
 void LibraryListener::onRequestMood(const char*& id) {
   host_.console.call("onRequestMood", id);
-  ItemPool pool;
-  Playlist* mood = host_.player.withLibrary([&](const LibraryView& lib) -> Playlist* {
-    const CatalogMood* m = lib.catalog.mood(text(id));
-    return m ? pool.moodPlaylist(lib, *m) : nullptr;
-  });
-  if (mood != nullptr) library().setPlaylist(mood);
+  LibraryItems items(host_.player);
+  if (Playlist* mood = items.mood(text(id))) library().setPlaylist(mood);
 }
 
 void LibraryListener::onRequestTrack(const char*& id) {
   host_.console.call("onRequestTrack", id);
-  ItemPool pool;
-  Track* track = host_.player.withLibrary([&](const LibraryView& lib) -> Track* {
-    const CatalogTrack* t = lib.track(text(id));
-    return t ? pool.track(lib, *t, true) : nullptr;
-  });
-  if (track != nullptr) library().setTrackInfo(track);
+  LibraryItems items(host_.player);
+  if (Track* track = items.track(text(id))) library().setTrackInfo(track);
 }
 
 void LibraryListener::onRequestPlaynext() {
@@ -197,68 +208,46 @@ void LibraryListener::onRequestPlaynext() {
 
 void LibraryListener::onRequestGenres() {
   host_.console.call("onRequestGenres");
-  ItemPool pool;
-  std::vector<Genre*> genres;
-  host_.player.withLibrary([&](const LibraryView& lib) {
+  LibraryItems items(host_.player);
+  // Each genre with its albums, so that a client can show their covers.
+  library().setGenreList(items.read([](const LibraryView& lib, ItemPool& pool) {
+    std::vector<Genre*> genres;
     for (const CatalogGenre* g : lib.catalog.genres()) genres.push_back(pool.genre(lib, *g, true));
-  });
-  library().setGenreList(genres);
+    return genres;
+  }));
 }
 
 void LibraryListener::onRequestGenre(int& index, int& count, const char*& id) {
   host_.console.call("onRequestGenre", index, count, id);
-  ItemPool pool;
-  Genre* genre = host_.player.withLibrary([&](const LibraryView& lib) -> Genre* {
-    const CatalogGenre* g = lib.catalog.genre(text(id));
-    return g ? pool.genre(lib, *g, true, index, count) : nullptr;
-  });
-  if (genre != nullptr) library().setGenre(genre);
+  LibraryItems items(host_.player);
+  if (Genre* genre = items.genre(text(id), index, count)) library().setGenre(genre);
 }
 
 void LibraryListener::onRequestPlaylists(int& index, int& count, VeloraLibraryItemSource& source) {
   host_.console.call("onRequestPlaylists", index, count, source);
-  ItemPool pool;
-  std::vector<Playlist*> playlists;
-  host_.player.withLibrary([&](const LibraryView& lib) {
-    for (const CatalogPlaylist* p : page(lib.catalog.playlists(), index, count)) {
-      playlists.push_back(pool.playlist(lib, *p, false));
-    }
-  });
-  library().setPlaylistList(playlists);
+  LibraryItems items(host_.player);
+  library().setPlaylistList(items.list(&Catalog::playlists, index, count));
 }
 
 void LibraryListener::onRequestPlaylist(const char*& id) {
   host_.console.call("onRequestPlaylist", id);
-  ItemPool pool;
-  Playlist* playlist = host_.player.withLibrary([&](const LibraryView& lib) -> Playlist* {
-    if (const CatalogPlaylist* p = lib.catalog.playlist(text(id))) {
-      return pool.playlist(lib, *p, true);
-    }
-    // Moods open like playlists.
-    const CatalogMood* m = lib.catalog.mood(text(id));
-    return m ? pool.moodPlaylist(lib, *m) : nullptr;
-  });
+  LibraryItems items(host_.player);
+  Playlist* playlist = items.playlist(text(id));
+  // Moods open like playlists.
+  if (playlist == nullptr) playlist = items.mood(text(id));
   if (playlist != nullptr) library().setPlaylist(playlist);
 }
 
 void LibraryListener::onRequestAlbum(const char*& id) {
   host_.console.call("onRequestAlbum", id);
-  ItemPool pool;
-  Album* album = host_.player.withLibrary([&](const LibraryView& lib) -> Album* {
-    const CatalogAlbum* a = lib.catalog.album(text(id));
-    return a ? pool.album(lib, *a, true) : nullptr;
-  });
-  if (album != nullptr) library().setAlbum(album);
+  LibraryItems items(host_.player);
+  if (Album* album = items.album(text(id))) library().setAlbum(album);
 }
 
 void LibraryListener::onRequestArtist(const char*& id) {
   host_.console.call("onRequestArtist", id);
-  ItemPool pool;
-  Artist* artist = host_.player.withLibrary([&](const LibraryView& lib) -> Artist* {
-    const CatalogArtist* a = lib.catalog.artist(text(id));
-    return a ? pool.artist(lib, *a, true) : nullptr;
-  });
-  if (artist != nullptr) library().setArtist(artist);
+  LibraryItems items(host_.player);
+  if (Artist* artist = items.artist(text(id))) library().setArtist(artist);
 }
 
 // "My music" is the host's favourites playlist; the four kinds of item
@@ -303,22 +292,14 @@ void LibraryListener::onRequestAddToPlaylist(const char*& id, const char*& playl
 }
 
 void LibraryListener::publishPlaylist(const std::string& id) {
-  {
-    ItemPool pool;
-    Playlist* playlist = host_.player.withLibrary([&](const LibraryView& lib) -> Playlist* {
-      const CatalogPlaylist* p = lib.catalog.playlist(id);
-      return p ? pool.playlist(lib, *p, true) : nullptr;
-    });
-    if (playlist != nullptr) library().setPlaylist(playlist);
-  }
-  ItemPool pool;
-  std::vector<Playlist*> playlists;
-  host_.player.withLibrary([&](const LibraryView& lib) {
-    for (const CatalogPlaylist* p : lib.catalog.playlists()) {
-      playlists.push_back(pool.playlist(lib, *p, false));
-    }
-  });
-  library().setPlaylistList(playlists);
+  LibraryItems items(host_.player);
+  if (Playlist* playlist = items.playlist(id)) library().setPlaylist(playlist);
+  publishPlaylists();
+}
+
+void LibraryListener::publishPlaylists() {
+  LibraryItems items(host_.player);
+  library().setPlaylistList(items.list(&Catalog::playlists));
   host_.publish.libraryChanged();
 }
 
@@ -330,22 +311,19 @@ void LibraryListener::onRequestCreatePlaylist(const char*& name) {
 
 void LibraryListener::onRequestLibrary(const char*& id) {
   host_.console.call("onRequestLibrary", id);
-  ItemPool pool;
   std::vector<Album*> albums;
   std::vector<Artist*> artists;
   std::vector<Genre*> genres;
   std::vector<Playlist*> playlists;
   std::vector<Mood*> moods;
-  host_.player.withLibrary([&](const LibraryView& lib) {
-    for (const CatalogAlbum* a : lib.catalog.albums()) albums.push_back(pool.album(lib, *a, false));
-    for (const CatalogArtist* a : lib.catalog.artists()) {
-      artists.push_back(pool.artist(lib, *a, false));
-    }
-    for (const CatalogGenre* g : lib.catalog.genres()) genres.push_back(pool.genre(lib, *g, false));
-    for (const CatalogPlaylist* p : lib.catalog.playlists()) {
-      playlists.push_back(pool.playlist(lib, *p, false));
-    }
-    for (const CatalogMood* m : lib.catalog.moods()) moods.push_back(pool.mood(lib, *m));
+  LibraryItems items(host_.player);
+  // All five lists from one look at the library.
+  items.read([&](const LibraryView& lib, ItemPool& pool) {
+    albums = pool.listItems(lib, lib.catalog.albums());
+    artists = pool.listItems(lib, lib.catalog.artists());
+    genres = pool.listItems(lib, lib.catalog.genres());
+    playlists = pool.listItems(lib, lib.catalog.playlists());
+    moods = pool.listItems(lib, lib.catalog.moods());
   });
   IVeloraLibraryService& service = library();
   service.setAlbumList(albums, 0);
@@ -357,23 +335,18 @@ void LibraryListener::onRequestLibrary(const char*& id) {
 
 void LibraryListener::onRequestSearch(const char*& term) {
   host_.console.call("onRequestSearch", term);
-  ItemPool pool;
   std::vector<Artist*> artists;
   std::vector<Album*> albums;
   std::vector<Track*> tracks;
   std::vector<Playlist*> playlists;
   const std::string needle = text(term);
-  host_.player.withLibrary([&](const LibraryView& lib) {
+  LibraryItems items(host_.player);
+  items.read([&](const LibraryView& lib, ItemPool& pool) {
     const Catalog::SearchResult found = lib.catalog.search(needle);
-    for (const CatalogArtist* a : found.artists) artists.push_back(pool.artist(lib, *a, false));
-    for (const CatalogAlbum* a : found.albums) albums.push_back(pool.album(lib, *a, false));
-    for (const CatalogTrack* t : found.tracks) tracks.push_back(pool.track(lib, *t));
-    const std::string lowered = folded(needle);
-    for (const CatalogPlaylist* p : lib.catalog.playlists()) {
-      if (!lowered.empty() && folded(p->name).find(lowered) != std::string::npos) {
-        playlists.push_back(pool.playlist(lib, *p, false));
-      }
-    }
+    artists = pool.listItems(lib, found.artists);
+    albums = pool.listItems(lib, found.albums);
+    tracks = pool.listItems(lib, found.tracks);
+    if (!needle.empty()) playlists = pool.listItems(lib, playlistsNamed(lib.catalog, needle));
   });
   library().setSearchResults(artists, albums, tracks, playlists, needle.c_str());
 }
@@ -384,15 +357,15 @@ void LibraryListener::onReservedSlot21() { host_.console.call("onReservedSlot21"
 // may take them out of playlists but not delete them from the computer.
 void LibraryListener::onRequestDeleteTrack(const char*& id) {
   host_.console.call("onRequestDeleteTrack", id);
-  host_.console.say("library items are read-only in this host; nothing deleted");
+  host_.console.say(kReadOnly);
 }
 void LibraryListener::onRequestDeleteArtist(const char*& id) {
   host_.console.call("onRequestDeleteArtist", id);
-  host_.console.say("library items are read-only in this host; nothing deleted");
+  host_.console.say(kReadOnly);
 }
 void LibraryListener::onRequestDeleteAlbum(const char*& id) {
   host_.console.call("onRequestDeleteAlbum", id);
-  host_.console.say("library items are read-only in this host; nothing deleted");
+  host_.console.say(kReadOnly);
 }
 
 void LibraryListener::onRequestArtwork(const char*& id) {
@@ -424,12 +397,7 @@ void LibraryListener::onLogin(const char*& username, const char*& password, cons
   // Passwords are not echoed to the console.
   host_.console.call("onLogin", username, "(password hidden)", which);
   const std::string token = host_.player.login(text(username), text(password));
-  if (token.empty()) {
-    status = kFailed;
-    return;
-  }
-  library().setLoginResponse(token.c_str());
-  status = kOk;
+  status = ifDone(!token.empty(), [&] { library().setLoginResponse(token.c_str()); });
 }
 
 void LibraryListener::onGetLogin(const char*& which, int& status) {
@@ -470,8 +438,7 @@ void LibraryListener::onGetUserStash(int& status) {
   for (const StashItem& item : host_.player.stash()) items.push_back(stashItemJson(item));
   const std::string json =
       JsonObject().add("user", host_.player.user()).raw("items", jsonArray(items)).str();
-  library().setGetUserStashResponse(json.c_str());
-  status = kOk;
+  status = answer(&Library::setGetUserStashResponse, json);
 }
 
 void LibraryListener::onAddStashItem(const char*& sku, const char*& url, const char*& title,
@@ -509,8 +476,7 @@ void LibraryListener::onGetItemsForSkuId(const char*& sku, int& status) {
     return jsonArray(out);
   });
   const std::string json = JsonObject().add("sku", item.sku).raw("items", items).str();
-  library().setGetItemsForSkuIdResponse(json.c_str());
-  status = kOk;
+  status = answer(&Library::setGetItemsForSkuIdResponse, json);
 }
 
 void LibraryListener::onRemoveStashItem(const char*& sku, int& status) {
@@ -545,8 +511,7 @@ void LibraryListener::onGetDownloadStatus(const char*& sku, int& status) {
     if (item.state != DownloadState::Idle) downloads.push_back(stashItemJson(item));
   }
   const std::string json = JsonObject().raw("downloads", jsonArray(downloads)).str();
-  library().setGetDownloadStatusResponse(json.c_str());
-  status = kOk;
+  status = answer(&Library::setGetDownloadStatusResponse, json);
 }
 
 // ------------------------------------------------------------------- scanning
@@ -596,10 +561,16 @@ void LibraryListener::onGetLocalLibrary(const char*& id, const char*& index, con
   // This host has only local files: a filter without "local" lists nothing.
   const bool local = text(filter).empty() || text(filter).find("local") != std::string::npos;
 
-  ItemPool pool;
+  LibraryItems items(host_.player);
   IVeloraLibraryService& service = library();
-  host_.player.withLibrary([&](const LibraryView& lib) {
+  items.read([&](const LibraryView& lib, ItemPool& pool) {
     const Catalog& c = lib.catalog;
+    // One page of the sorted list, with the length of the whole list.
+    auto answerPage = [&](const auto& all, auto setter) {
+      const auto shown = pool.listItems(lib, all, from, n);
+      (service.*setter)(shown, tag.c_str(), static_cast<int>(shown.size()),
+                        static_cast<int>(all.size()));
+    };
     switch (kind) {
       case Kind::Tracks: {
         auto all = local ? c.tracks() : std::vector<const CatalogTrack*>{};
@@ -613,11 +584,7 @@ void LibraryListener::onGetLocalLibrary(const char*& id, const char*& index, con
               return (a ? a->name : "") + "\t" + (al ? al->title : "") + "\t" + padded(t.number);
             },
             reverse);
-        std::vector<Track*> items;
-        for (const CatalogTrack* t : page(all, from, n)) items.push_back(pool.track(lib, *t));
-        service.setGetLocalLibraryTracks(items, tag.c_str(), static_cast<int>(items.size()),
-                                         static_cast<int>(all.size()));
-        break;
+        return answerPage(all, &Library::setGetLocalLibraryTracks);
       }
       case Kind::Albums: {
         auto all = local ? c.albums() : std::vector<const CatalogAlbum*>{};
@@ -630,24 +597,13 @@ void LibraryListener::onGetLocalLibrary(const char*& id, const char*& index, con
               return (ar ? ar->name : "") + "\t" + a.title;
             },
             reverse);
-        std::vector<Album*> items;
-        for (const CatalogAlbum* a : page(all, from, n))
-          items.push_back(pool.album(lib, *a, false));
-        service.setGetLocalLibraryAlbums(items, tag.c_str(), static_cast<int>(items.size()),
-                                         static_cast<int>(all.size()));
-        break;
+        return answerPage(all, &Library::setGetLocalLibraryAlbums);
       }
       case Kind::Artists: {
         auto all = local ? c.artists() : std::vector<const CatalogArtist*>{};
         sortItems<CatalogArtist>(
             all, [](const CatalogArtist& a) { return a.name; }, reverse);
-        std::vector<Artist*> items;
-        for (const CatalogArtist* a : page(all, from, n)) {
-          items.push_back(pool.artist(lib, *a, false));
-        }
-        service.setGetLocalLibraryArtists(items, tag.c_str(), static_cast<int>(items.size()),
-                                          static_cast<int>(all.size()));
-        break;
+        return answerPage(all, &Library::setGetLocalLibraryArtists);
       }
       case Kind::Playlists: {
         auto all = local ? c.playlists() : std::vector<const CatalogPlaylist*>{};
@@ -657,13 +613,7 @@ void LibraryListener::onGetLocalLibrary(const char*& id, const char*& index, con
         } else if (reverse) {
           std::reverse(all.begin(), all.end());
         }
-        std::vector<Playlist*> items;
-        for (const CatalogPlaylist* p : page(all, from, n)) {
-          items.push_back(pool.playlist(lib, *p, false));
-        }
-        service.setGetLocalLibraryPlaylists(items, tag.c_str(), static_cast<int>(items.size()),
-                                            static_cast<int>(all.size()));
-        break;
+        return answerPage(all, &Library::setGetLocalLibraryPlaylists);
       }
       case Kind::Unknown:
         break;
@@ -676,10 +626,10 @@ void LibraryListener::onGetArtist(const char*& id, const char*& index, const cha
                                   const char*& sortBy, const char*& reverseSort,
                                   const char*& reserved, int& status) {
   host_.console.call("onGetArtist", id, index, count, sortBy, reverseSort, reserved);
-  ItemPool pool;
+  LibraryItems items(host_.player);
   std::vector<Album*> albums;
   int total = 0;
-  const bool found = host_.player.withLibrary([&](const LibraryView& lib) {
+  const bool found = items.read([&](const LibraryView& lib, ItemPool& pool) {
     const CatalogArtist* artist = lib.catalog.artist(text(id));
     if (artist == nullptr) return false;
     std::vector<const CatalogAlbum*> all;
@@ -692,89 +642,49 @@ void LibraryListener::onGetArtist(const char*& id, const char*& index, const cha
         all, [&](const CatalogAlbum& a) { return sort == 0 ? a.title : padded(a.year) + a.title; },
         flag(reverseSort));
     total = static_cast<int>(all.size());
-    for (const CatalogAlbum* a : page(all, number(index, -1), number(count, -1))) {
-      albums.push_back(pool.album(lib, *a, false));
-    }
+    albums = pool.listItems(lib, all, number(index, -1), number(count, -1));
     return true;
   });
-  if (!found) {
-    status = kFailed;
-    return;
-  }
-  library().setGetArtistResponse(albums, total);
-  status = kOk;
+  status = ifDone(found, [&] { library().setGetArtistResponse(albums, total); });
 }
 
 void LibraryListener::onGetAlbum(const char*& id, const char*& index, const char*& count,
                                  const char*& sortBy, const char*& reverseSort, int& status) {
   host_.console.call("onGetAlbum", id, index, count, sortBy, reverseSort);
-  ItemPool pool;
-  Album* album = host_.player.withLibrary([&](const LibraryView& lib) -> Album* {
-    const CatalogAlbum* a = lib.catalog.album(text(id));
-    return a ? pool.album(lib, *a, true) : nullptr;
-  });
-  if (album == nullptr) {
-    status = kFailed;
-    return;
-  }
-  library().setAlbum(album);
-  status = kOk;
+  LibraryItems items(host_.player);
+  status = answerWith(items.album(text(id)), [&](Album* album) { library().setAlbum(album); });
 }
 
 void LibraryListener::onGetArtistInfo(const char*& id, int& status) {
   host_.console.call("onGetArtistInfo", id);
-  ItemPool pool;
-  Artist* artist = host_.player.withLibrary([&](const LibraryView& lib) -> Artist* {
-    const CatalogArtist* a = lib.catalog.artist(text(id));
-    return a ? pool.artist(lib, *a, true) : nullptr;
+  LibraryItems items(host_.player);
+  status = answerWith(items.artist(text(id)), [&](Artist* artist) {
+    library().setGetArtistResponse(std::vector<Artist*>{artist}, 1);
   });
-  if (artist == nullptr) {
-    status = kFailed;
-    return;
-  }
-  library().setGetArtistResponse(std::vector<Artist*>{artist}, 1);
-  status = kOk;
 }
 
 void LibraryListener::onGetAlbumInfo(const char*& id, int& status) {
   host_.console.call("onGetAlbumInfo", id);
-  ItemPool pool;
-  Album* album = host_.player.withLibrary([&](const LibraryView& lib) -> Album* {
-    const CatalogAlbum* a = lib.catalog.album(text(id));
-    return a ? pool.album(lib, *a, true) : nullptr;
+  LibraryItems items(host_.player);
+  status = answerWith(items.album(text(id)), [&](Album* album) {
+    library().setGetAlbumResponse(std::vector<Album*>{album}, 1);
   });
-  if (album == nullptr) {
-    status = kFailed;
-    return;
-  }
-  library().setGetAlbumResponse(std::vector<Album*>{album}, 1);
-  status = kOk;
 }
 
 void LibraryListener::onGetPlaylistInfo(const char*& id, int& status) {
   host_.console.call("onGetPlaylistInfo", id);
-  ItemPool pool;
-  Playlist* playlist = host_.player.withLibrary([&](const LibraryView& lib) -> Playlist* {
-    const CatalogPlaylist* p = lib.catalog.playlist(text(id));
-    return p ? pool.playlist(lib, *p, true) : nullptr;
+  LibraryItems items(host_.player);
+  status = answerWith(items.playlist(text(id)), [&](Playlist* playlist) {
+    library().setGetPlaylistResponse(std::vector<Playlist*>{playlist}, 1);
   });
-  if (playlist == nullptr) {
-    status = kFailed;
-    return;
-  }
-  library().setGetPlaylistResponse(std::vector<Playlist*>{playlist}, 1);
-  status = kOk;
 }
 
 void LibraryListener::onSetPlaylistInfo(const char*& id, const char*& info, const char*& name,
                                         const char*& artwork, const char*& artist, int& status) {
   host_.console.call("onSetPlaylistInfo", id, info, name, artwork, artist);
-  if (!host_.player.setPlaylistInfo(text(id), decoded(name), decoded(info))) {
-    status = kFailed;
-    return;
-  }
-  publishPlaylist(text(id));
-  status = kOk;
+  const std::string playlist = text(id);
+  status = ifDone(host_.player.setPlaylistInfo(playlist, decoded(name), decoded(info)),
+                  [&] { publishPlaylist(playlist); });
 }
 
 // --------------------------------------------------- devices and options
@@ -799,20 +709,15 @@ void LibraryListener::onGetDevices(int& status) {
   }
   const std::string json =
       JsonObject().add("currentDevice", current).raw("devices", jsonArray(devices)).str();
-  library().setGetDevicesResponse(json.c_str());
-  status = kOk;
+  status = answer(&Library::setGetDevicesResponse, json);
 }
 
 void LibraryListener::onSetDevice(const char*& device, const char*& channels,
                                   const char*& sampleRate, const char*& bufferSize, int& status) {
   host_.console.call("onSetDevice", device, channels, sampleRate, bufferSize);
-  if (!host_.player.selectDevice(decoded(device), text(channels), text(sampleRate),
-                                 text(bufferSize))) {
-    status = kFailed;
-    return;
-  }
-  host_.publish.outputDevices();
-  status = kOk;
+  status = ifDone(host_.player.selectDevice(decoded(device), text(channels), text(sampleRate),
+                                            text(bufferSize)),
+                  [&] { host_.publish.outputDevices(); });
 }
 
 namespace {
@@ -833,8 +738,7 @@ std::string optionsJson(const std::map<std::string, std::string>& options) {
 
 void LibraryListener::onGetOptions(int& status) {
   host_.console.call("onGetOptions");
-  library().setGetOptionsResponse(optionsJson(host_.player.options()).c_str());
-  status = kOk;
+  status = answer(&Library::setGetOptionsResponse, optionsJson(host_.player.options()));
 }
 
 void LibraryListener::onSetOptions(const char*& checkForUpdates, const char*& maxDownloads,
@@ -865,13 +769,8 @@ void LibraryListener::onSetOptions(const char*& checkForUpdates, const char*& ma
       {"artCache", text(artCache)},
       {"mqa", text(mqa)},
   };
-  if (!host_.player.setOptions(values)) {
-    status = kFailed;
-    return;
-  }
   // Two of the options are the settings switches as well.
-  host_.publish.settingsValues();
-  status = kOk;
+  status = ifDone(host_.player.setOptions(values), [&] { host_.publish.settingsValues(); });
 }
 
 void LibraryListener::onGetAppConfig(int& status) {
@@ -890,8 +789,13 @@ void LibraryListener::onGetAppConfig(int& status) {
                                .add("loggedIn", !host_.player.user().empty())
                                .raw("options", optionsJson(host_.player.options()))
                                .str();
-  library().setGetAppConfigResponse(json.c_str());
-  status = kOk;
+  status = answer(&Library::setGetAppConfigResponse, json);
+}
+
+int LibraryListener::answer(void (IVeloraLibraryService::*setter)(const char*),
+                            const std::string& json) {
+  (library().*setter)(json.c_str());
+  return kOk;
 }
 
 void LibraryListener::answerDownloadLocation() {
@@ -938,13 +842,10 @@ void LibraryListener::onAddToLibrary(const char*& id, int& status) {
   StashItem item;
   const std::string key = text(id);
   const std::string mediaId = host_.player.findStashItem(key, item) ? item.mediaId : key;
-  if (host_.player.tracksOf(mediaId).empty()) {
-    status = kFailed;
-    return;
-  }
-  addToMyMusic(1, mediaId);
-  answerDownloadLocation();
-  status = kOk;
+  status = ifDone(!host_.player.tracksOf(mediaId).empty(), [&] {
+    addToMyMusic(1, mediaId);
+    answerDownloadLocation();
+  });
 }
 
 // ------------------------------------------------- the player application
@@ -976,17 +877,12 @@ void LibraryListener::onSetPlayState(const char*& state, int& status) {
 void LibraryListener::onGetPlayState(int& status) {
   host_.console.call("onGetPlayState");
   const TransportSnapshot s = host_.player.transport();
-  const std::string json = JsonObject()
-                               .add("state", transportName(s.transport))
-                               .add("trackId", s.trackId)
-                               .add("elapsed", s.elapsed)
-                               .add("duration", s.duration)
+  const std::string json = transportJson(s)
                                .add("volume", s.volume)
                                .add("muted", s.muted)
                                .add("mode", static_cast<int>(s.mode))
                                .str();
-  library().setGetPlayStateResponse(json.c_str());
-  status = kOk;
+  status = answer(&Library::setGetPlayStateResponse, json);
 }
 
 void LibraryListener::onSetPlaybackItem(const char*& uuid, const char*& play, const char*& sortBy,
@@ -1016,12 +912,9 @@ void LibraryListener::onSetPlaybackItem(const char*& uuid, const char*& play, co
 void LibraryListener::onShowTrackFile(const char*& uuid, int& status) {
   host_.console.call("onShowTrackFile", uuid);
   CatalogTrack track;
-  if (!host_.player.findTrack(text(uuid), track)) {
-    status = kFailed;
-    return;
-  }
-  host_.console.say("track file: " + (track.path.empty() ? "(generated, no file)" : track.path));
-  status = kOk;
+  status = ifDone(host_.player.findTrack(text(uuid), track), [&] {
+    host_.console.say("track file: " + (track.path.empty() ? "(generated, no file)" : track.path));
+  });
 }
 
 void LibraryListener::onGetAvailableYearsForArtist(const char*& uuid, int& status) {
@@ -1035,17 +928,15 @@ void LibraryListener::onGetAvailableYearsForArtist(const char*& uuid, int& statu
   std::vector<std::string> years;
   for (int y : host_.player.yearsOf(text(uuid))) years.push_back(std::to_string(y));
   const std::string json = JsonObject().add("id", text(uuid)).raw("years", jsonArray(years)).str();
-  library().setGetAvailableYearsForArtistResponse(json.c_str());
-  status = kOk;
+  status = answer(&Library::setGetAvailableYearsForArtistResponse, json);
 }
 
 void LibraryListener::onGetNowPlaying(int& status) {
   host_.console.call("onGetNowPlaying");
   const std::vector<std::string> ids = host_.player.queue();
-  ItemPool pool;
-  std::vector<Track*> tracks;
-  host_.player.withLibrary([&](const LibraryView& lib) { tracks = pool.tracks(lib, ids); });
-  library().setGetNowPlayingResponse(tracks);
+  LibraryItems items(host_.player);
+  library().setGetNowPlayingResponse(
+      items.read([&](const LibraryView& lib, ItemPool& pool) { return pool.tracks(lib, ids); }));
   status = kOk;
 }
 
@@ -1095,56 +986,27 @@ void LibraryListener::onGetHistory(int& status) {
     }
     return jsonArray(out);
   });
-  library().setGetHistoryResponse(JsonObject().raw("history", items).str().c_str());
-  status = kOk;
+  status = answer(&Library::setGetHistoryResponse, JsonObject().raw("history", items).str());
 }
 
 bool LibraryListener::answerSearch(const std::string& which, const std::string& term, int index,
                                    int count, bool streaming) {
   const Kind kind = kindOf(which);
   if (kind == Kind::Unknown) return false;
-  ItemPool pool;
+  LibraryItems items(host_.player);
   IVeloraLibraryService& service = library();
-  host_.player.withLibrary([&](const LibraryView& lib) {
+  items.read([&](const LibraryView& lib, ItemPool& pool) {
     const Catalog::SearchResult found = lib.catalog.search(term);
     switch (kind) {
-      case Kind::Tracks: {
-        std::vector<Track*> items;
-        for (const CatalogTrack* t : page(found.tracks, index, count)) {
-          items.push_back(pool.track(lib, *t));
-        }
-        service.setSearchResponse(items);
-        break;
-      }
-      case Kind::Albums: {
-        std::vector<Album*> items;
-        for (const CatalogAlbum* a : page(found.albums, index, count)) {
-          items.push_back(pool.album(lib, *a, false));
-        }
-        service.setSearchResponse(items);
-        break;
-      }
-      case Kind::Artists: {
-        std::vector<Artist*> items;
-        for (const CatalogArtist* a : page(found.artists, index, count)) {
-          items.push_back(pool.artist(lib, *a, false));
-        }
-        service.setSearchResponse(items);
-        break;
-      }
-      case Kind::Playlists: {
-        std::vector<const CatalogPlaylist*> matches;
-        const std::string lowered = folded(term);
-        for (const CatalogPlaylist* p : lib.catalog.playlists()) {
-          if (folded(p->name).find(lowered) != std::string::npos) matches.push_back(p);
-        }
-        std::vector<Playlist*> items;
-        for (const CatalogPlaylist* p : page(matches, index, count)) {
-          items.push_back(pool.playlist(lib, *p, false));
-        }
-        service.setSearchResponse(items);
-        break;
-      }
+      case Kind::Tracks:
+        return service.setSearchResponse(pool.listItems(lib, found.tracks, index, count));
+      case Kind::Albums:
+        return service.setSearchResponse(pool.listItems(lib, found.albums, index, count));
+      case Kind::Artists:
+        return service.setSearchResponse(pool.listItems(lib, found.artists, index, count));
+      case Kind::Playlists:
+        return service.setSearchResponse(
+            pool.listItems(lib, playlistsNamed(lib.catalog, term), index, count));
       case Kind::Unknown:
         break;
     }
@@ -1183,80 +1045,48 @@ void LibraryListener::onDeleteItem(const char*& uuid, const char*& id,
                                    const char*& removeFromComputer, int& status) {
   host_.console.call("onDeleteItem", uuid, id, removeFromComputer);
   // Items leave playlists; files never leave the computer from a remote.
-  if (!host_.player.removeFromPlaylist(text(uuid), text(id))) {
-    status = kFailed;
-    return;
-  }
-  publishPlaylist(text(uuid));
-  status = kOk;
+  const std::string playlist = text(uuid);
+  status = ifDone(host_.player.removeFromPlaylist(playlist, text(id)),
+                  [&] { publishPlaylist(playlist); });
 }
 
 void LibraryListener::onCreatePlaylist(const char*& name, int& status) {
   host_.console.call("onCreatePlaylist", name);
   const std::string id = host_.player.createPlaylist(decoded(name));
-  if (id.empty()) {
-    status = kFailed;
-    return;
-  }
-  ItemPool pool;
-  Playlist* created = host_.player.withLibrary([&](const LibraryView& lib) -> Playlist* {
-    const CatalogPlaylist* p = lib.catalog.playlist(id);
-    return p ? pool.playlist(lib, *p, true) : nullptr;
+  status = ifDone(!id.empty(), [&] {
+    LibraryItems items(host_.player);
+    library().setCreatePlaylistResponse(std::vector<Playlist*>{items.playlist(id)});
+    publishPlaylist(id);
   });
-  library().setCreatePlaylistResponse(std::vector<Playlist*>{created});
-  publishPlaylist(id);
-  status = kOk;
 }
 
 void LibraryListener::onDeletePlaylist(const char*& uuid, int& status) {
   host_.console.call("onDeletePlaylist", uuid);
-  if (!host_.player.deletePlaylist(text(uuid))) {
-    status = kFailed;
-    return;
-  }
-  ItemPool pool;
-  std::vector<Playlist*> playlists;
-  host_.player.withLibrary([&](const LibraryView& lib) {
-    for (const CatalogPlaylist* p : lib.catalog.playlists()) {
-      playlists.push_back(pool.playlist(lib, *p, false));
-    }
-  });
-  library().setPlaylistList(playlists);
-  host_.publish.libraryChanged();
-  status = kOk;
+  status = ifDone(host_.player.deletePlaylist(text(uuid)), [&] { publishPlaylists(); });
 }
 
 void LibraryListener::onAddItemToPlaylist(const char*& playlistUuid, const char*& itemUuid,
                                           int& status) {
   host_.console.call("onAddItemToPlaylist", playlistUuid, itemUuid);
-  if (!host_.player.addToPlaylist(text(playlistUuid), text(itemUuid))) {
-    status = kFailed;
-    return;
-  }
-  publishPlaylist(text(playlistUuid));
-  status = kOk;
+  const std::string playlist = text(playlistUuid);
+  status = ifDone(host_.player.addToPlaylist(playlist, text(itemUuid)),
+                  [&] { publishPlaylist(playlist); });
 }
 
 void LibraryListener::onRemoveItemFromPlaylist(const char*& playlistUuid, const char*& itemUuid,
                                                const char*& removeFromComputer, int& status) {
   host_.console.call("onRemoveItemFromPlaylist", playlistUuid, itemUuid, removeFromComputer);
-  if (!host_.player.removeFromPlaylist(text(playlistUuid), text(itemUuid))) {
-    status = kFailed;
-    return;
-  }
-  publishPlaylist(text(playlistUuid));
-  status = kOk;
+  const std::string playlist = text(playlistUuid);
+  status = ifDone(host_.player.removeFromPlaylist(playlist, text(itemUuid)),
+                  [&] { publishPlaylist(playlist); });
 }
 
 void LibraryListener::onMoveItemInPlaylist(const char*& playlistUuid, const char*& itemUuid,
                                            const char*& toPosition, int& status) {
   host_.console.call("onMoveItemInPlaylist", playlistUuid, itemUuid, toPosition);
-  if (!host_.player.moveInPlaylist(text(playlistUuid), text(itemUuid), number(toPosition, -1))) {
-    status = kFailed;
-    return;
-  }
-  publishPlaylist(text(playlistUuid));
-  status = kOk;
+  const std::string playlist = text(playlistUuid);
+  status = ifDone(host_.player.moveInPlaylist(playlist, text(itemUuid), number(toPosition, -1)),
+                  [&] { publishPlaylist(playlist); });
 }
 
 // ------------------------------------------------------------ client control
@@ -1270,8 +1100,7 @@ void LibraryListener::onGetHeartbeat(int& status) {
                                .add("instance", host_.instance)
                                .add("state", transportName(s.transport))
                                .str();
-  library().setGetHeartbeatResponse(json.c_str());
-  status = kOk;
+  status = answer(&Library::setGetHeartbeatResponse, json);
 }
 
 void LibraryListener::onInputMode(const char*& enabled, const char*& source, int& status) {
@@ -1307,14 +1136,7 @@ void LibraryListener::onPing(int& status) {
 // ---------------------------------------------------- the embedded player
 
 void LibraryListener::answerPlayer() {
-  const TransportSnapshot s = host_.player.transport();
-  const std::string json = JsonObject()
-                               .add("state", transportName(s.transport))
-                               .add("trackId", s.trackId)
-                               .add("elapsed", s.elapsed)
-                               .add("duration", s.duration)
-                               .str();
-  library().setPlayerResponse(json.c_str());
+  library().setPlayerResponse(transportJson(host_.player.transport()).str().c_str());
 }
 
 void LibraryListener::onPlayerSetItem(const char*& streamLink, const char*& trackId,

@@ -130,11 +130,15 @@ class LibraryListener final : public IVeloraLibraryServiceListener {
   // Answers a list request of the local library or a search in one kind.
   bool answerSearch(const std::string& which, const std::string& term, int index, int count,
                     bool streaming);
+  // Hands `json` to one of the library's answer setters; the request's status.
+  int answer(void (IVeloraLibraryService::*setter)(const char*), const std::string& json);
   void answerPlayer();
   void answerDownloadLocation();
   void answerArtworkLocation(const std::string& id);
   // After a playlist edit: the edited playlist, the list, and the dirty mark.
   void publishPlaylist(const std::string& id);
+  // The list of playlists and the dirty mark, after any playlist edit.
+  void publishPlaylists();
   void addToMyMusic(int type, const std::string& id);
 
   HostContext& host_;

@@ -21,17 +21,10 @@ inline EQPreset eqPreset(const Preset& p) {
   return out;
 }
 
-inline std::vector<EQPreset> eqPresets(const std::vector<Preset>& presets) {
-  std::vector<EQPreset> out;
-  for (const Preset& p : presets) out.push_back(eqPreset(p));
-  return out;
-}
-
+// The record of a stage whose presets are a name and an id.
 template <typename T>
-std::vector<T> namedPresets(const std::vector<Preset>& presets) {
-  std::vector<T> out;
-  for (const Preset& p : presets) out.push_back(T{p.name.c_str(), p.id});
-  return out;
+T namedPreset(const Preset& p) {
+  return T{p.name.c_str(), p.id};
 }
 
 inline Preset fromEQPreset(const EQPreset& p) {

@@ -5,6 +5,30 @@
 
 namespace refhost {
 
+namespace {
+
+// One sound stage through its service: the switch, the preset list when
+// asked for, and the current preset. `record` turns a preset of the player
+// into the service's record; the records point into `stage`.
+template <typename Service, typename Record>
+void publishStage(Service& service, const Stage& stage, bool withList,
+                  Record (*record)(const Preset&), void (Service::*setState)(bool),
+                  void (Service::*setList)(std::vector<Record>&),
+                  void (Service::*setCurrent)(Record&)) {
+  (service.*setState)(stage.enabled);
+  if (withList) {
+    std::vector<Record> list;
+    for (const Preset& p : stage.presets) list.push_back(record(p));
+    (service.*setList)(list);
+  }
+  if (const Preset* current = stage.currentPreset()) {
+    Record preset = record(*current);
+    (service.*setCurrent)(preset);
+  }
+}
+
+}  // namespace
+
 void Publisher::playbackState() {
   const TransportSnapshot s = player_.transport();
   PlaybackState state{};
@@ -24,12 +48,8 @@ void Publisher::playbackState() {
 void Publisher::nowPlaying() {
   const std::string current = player_.transport().trackId;
   if (current.empty()) return;
-  ItemPool pool;
-  Track* track = player_.withLibrary([&](const LibraryView& lib) -> Track* {
-    const CatalogTrack* t = lib.track(current);
-    return t ? pool.track(lib, *t, true) : nullptr;
-  });
-  if (track != nullptr) service_.getLibraryService()->setTrackInfo(track);
+  LibraryItems items(player_);
+  if (Track* track = items.track(current)) service_.getLibraryService()->setTrackInfo(track);
 }
 
 void Publisher::queue() {
@@ -63,61 +83,26 @@ void Publisher::mode() {
 
 void Publisher::stage(StageKind kind, bool withList) {
   const Stage s = player_.stage(kind);
-  const Preset* current = s.currentPreset();
   switch (kind) {
-    case StageKind::EQ: {
-      auto* eq = service_.getEqualizerService();
-      eq->setEQState(s.enabled);
-      if (withList) {
-        std::vector<EQPreset> list = eqPresets(s.presets);
-        eq->setEQPresetList(list);
-      }
-      if (current != nullptr) {
-        EQPreset preset = eqPreset(*current);
-        eq->setEQCurrentPreset(preset);
-      }
-      break;
-    }
-    case StageKind::HP: {
-      auto* hp = service_.getHPService();
-      hp->setHPState(s.enabled);
-      if (withList) {
-        std::vector<HPPreset> list = namedPresets<HPPreset>(s.presets);
-        hp->setHPPresetList(list);
-      }
-      if (current != nullptr) {
-        HPPreset preset{current->name.c_str(), current->id};
-        hp->setHPCurrentPreset(preset);
-      }
-      break;
-    }
-    case StageKind::AC: {
-      auto* ac = service_.getACService();
-      ac->setACState(s.enabled);
-      if (withList) {
-        std::vector<ACPreset> list = namedPresets<ACPreset>(s.presets);
-        ac->setACPresetList(list);
-      }
-      if (current != nullptr) {
-        ACPreset preset{current->name.c_str(), current->id};
-        ac->setACCurrentPreset(preset);
-      }
-      break;
-    }
-    case StageKind::IRC: {
-      auto* irc = service_.getIRCService();
-      irc->setIRCState(s.enabled);
-      if (withList) {
-        std::vector<IRCPreset> list = namedPresets<IRCPreset>(s.presets);
-        irc->setIRCPresetList(list);
-      }
-      if (current != nullptr) {
-        IRCPreset preset{current->name.c_str(), current->id};
-        irc->setIRCCurrentPreset(preset);
-      }
-      irc->setIRCGain(player_.ircGain());
-      break;
-    }
+    case StageKind::EQ:
+      return publishStage(*service_.getEqualizerService(), s, withList, eqPreset,
+                          &IVeloraEqualizerService::setEQState,
+                          &IVeloraEqualizerService::setEQPresetList,
+                          &IVeloraEqualizerService::setEQCurrentPreset);
+    case StageKind::HP:
+      return publishStage(*service_.getHPService(), s, withList, namedPreset<HPPreset>,
+                          &IVeloraHPService::setHPState, &IVeloraHPService::setHPPresetList,
+                          &IVeloraHPService::setHPCurrentPreset);
+    case StageKind::AC:
+      return publishStage(*service_.getACService(), s, withList, namedPreset<ACPreset>,
+                          &IVeloraACService::setACState, &IVeloraACService::setACPresetList,
+                          &IVeloraACService::setACCurrentPreset);
+    case StageKind::IRC:
+      publishStage(*service_.getIRCService(), s, withList, namedPreset<IRCPreset>,
+                   &IVeloraIRCService::setIRCState, &IVeloraIRCService::setIRCPresetList,
+                   &IVeloraIRCService::setIRCCurrentPreset);
+      // The room correction's gain goes with its state.
+      return ircGain();
   }
 }
 
