@@ -25,6 +25,29 @@ int waitExit(int pid, int timeoutMs) {
   return -2;  // still running
 }
 
+// Walks a JSON text from `from`, hiding what is inside strings: `visit(i, c)`
+// sees every other character and returns true to stop there. Where it
+// stopped, or npos at the end.
+template <typename Visit>
+std::size_t scanOutsideStrings(const std::string& json, std::size_t from, Visit visit) {
+  bool inString = false;
+  for (std::size_t i = from; i < json.size(); ++i) {
+    const char c = json[i];
+    if (inString) {
+      if (c == '\\') {
+        ++i;
+      } else if (c == '"') {
+        inString = false;
+      }
+    } else if (c == '"') {
+      inString = true;
+    } else if (visit(i, c)) {
+      return i;
+    }
+  }
+  return std::string::npos;
+}
+
 }  // namespace
 
 HostProcess::HostProcess(std::vector<std::string> args) {
@@ -110,28 +133,29 @@ std::string jsonValue(const std::string& json, const std::string& key, std::size
   }
   if (json[i] == '{' || json[i] == '[') {
     int depth = 0;
-    bool inString = false;
-    const std::size_t start = i;
-    for (; i < json.size(); ++i) {
-      const char c = json[i];
-      if (inString) {
-        if (c == '\\') {
-          ++i;
-        } else if (c == '"') {
-          inString = false;
-        }
-      } else if (c == '"') {
-        inString = true;
-      } else if (c == '{' || c == '[') {
-        ++depth;
-      } else if ((c == '}' || c == ']') && --depth == 0) {
-        return json.substr(start, i - start + 1);
-      }
-    }
-    return {};
+    const std::size_t end = scanOutsideStrings(json, i, [&](std::size_t, char c) {
+      if (c == '{' || c == '[') ++depth;
+      return (c == '}' || c == ']') && --depth == 0;
+    });
+    return end == std::string::npos ? std::string() : json.substr(i, end - i + 1);
   }
   const std::size_t end = json.find_first_of(",}]", i);
   return json.substr(i, end == std::string::npos ? std::string::npos : end - i);
+}
+
+std::vector<std::string> jsonElements(const std::string& array) {
+  std::vector<std::string> out;
+  int depth = 0;
+  std::size_t start = 0;
+  scanOutsideStrings(array, 0, [&](std::size_t i, char c) {
+    if (c == '{' || c == '[') {
+      if (++depth == 2) start = i;
+    } else if (c == '}' || c == ']') {
+      if (depth-- == 2) out.push_back(array.substr(start, i - start + 1));
+    }
+    return false;
+  });
+  return out;
 }
 
 }  // namespace refhost_test

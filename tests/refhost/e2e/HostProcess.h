@@ -41,6 +41,10 @@ class HostProcess {
 // written. Empty when the key is absent.
 std::string jsonValue(const std::string& json, const std::string& key, std::size_t from = 0);
 
+// The objects and arrays directly inside a JSON array text, each as its own
+// text (plain values in the array are skipped).
+std::vector<std::string> jsonElements(const std::string& array);
+
 // Polls "status" until a 200 reply satisfies `wanted`; that reply's body, or
 // empty after `timeoutMs`.
 template <typename Pred>

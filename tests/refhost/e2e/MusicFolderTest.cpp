@@ -21,33 +21,9 @@
 namespace {
 
 namespace fs = std::filesystem;
+using refhost_test::jsonElements;
 using refhost_test::jsonValue;
 using namespace std::chrono_literals;
-
-// The top-level elements of a JSON array text, each as its own text.
-std::vector<std::string> elements(const std::string& array) {
-  std::vector<std::string> out;
-  int depth = 0;
-  bool inString = false;
-  std::size_t start = 0;
-  for (std::size_t i = 0; i < array.size(); ++i) {
-    const char c = array[i];
-    if (inString) {
-      if (c == '\\') {
-        ++i;
-      } else if (c == '"') {
-        inString = false;
-      }
-    } else if (c == '"') {
-      inString = true;
-    } else if (c == '{' || c == '[') {
-      if (++depth == 2) start = i;
-    } else if (c == '}' || c == ']') {
-      if (depth-- == 2) out.push_back(array.substr(start, i - start + 1));
-    }
-  }
-  return out;
-}
 
 // A key of an album itself rather than of one of its nested tracks.
 std::string albumValue(std::string album, const std::string& key) {
@@ -138,7 +114,7 @@ TEST_F(MusicFolderTest, TitlesDurationsAndCoversReachARemoteClient) {
 
   const std::string list = jsonValue(library("albums?index=0&count=-1"), "albums");
   std::map<std::string, std::string> byName;
-  for (const auto& album : elements(list)) byName[albumValue(album, "name")] = album;
+  for (const auto& album : jsonElements(list)) byName[albumValue(album, "name")] = album;
   ASSERT_EQ(byName.size(), 4u) << list.substr(0, 2000);
   ASSERT_TRUE(byName.count("Harbour Lights") && byName.count("Field Recordings") &&
               byName.count("Twin Album") && byName.count("Unknown Album"));
@@ -179,7 +155,7 @@ TEST_F(MusicFolderTest, TitlesDurationsAndCoversReachARemoteClient) {
     const std::string album =
         jsonValue(library("album?id=" + albumValue(byName[name], "id")), "album");
     EXPECT_EQ(albumValue(album, "name"), name);
-    const auto list = elements(jsonValue(album, "tracks"));
+    const auto list = jsonElements(jsonValue(album, "tracks"));
     ASSERT_EQ(list.size(), expected.size());
     int total = 0;
     for (std::size_t i = 0; i < expected.size(); ++i) {
@@ -197,7 +173,7 @@ TEST_F(MusicFolderTest, TitlesDurationsAndCoversReachARemoteClient) {
 
   // A search finds an indexed track by a word of its title.
   const auto found =
-      elements(jsonValue(jsonValue(library("search?param=opening"), "search"), "tracks"));
+      jsonElements(jsonValue(jsonValue(library("search?param=opening"), "search"), "tracks"));
   ASSERT_EQ(found.size(), 1u) << host->output();
   EXPECT_EQ(jsonValue(found[0], "name"), "Opening Tide");
   EXPECT_EQ(jsonValue(found[0], "duration"), "200");
