@@ -262,6 +262,37 @@ async function main() {
     const titles = await page.locator(".search-results .card-title").allTextContents();
     return titles.some((t) => t.trim() === firstAlbumName);
   });
+
+  begin("the other library tabs: each lists its items and the first opens its own screen");
+  const detailTitle = () => page.evaluate(() => (document.querySelector(".detail-title") || {}).textContent || "");
+  let artistName = "";
+  for (const { tab, screen, content } of [
+    { tab: "artists", screen: "#/artist/", content: ".card[data-album-id]" },
+    { tab: "playlists", screen: "#/playlist/", content: ".tracks .track" },
+    { tab: "genres", screen: "#/genre/", content: ".card[data-album-id]" },
+    { tab: "moods", screen: "#/mood/", content: ".tracks .track" },
+  ]) {
+    const firstCard = page.locator(".library-body .card").first();
+    await show(`#/library/${tab}`, () => firstCard.waitFor({ timeout: 15000 }));
+    const name = (await firstCard.locator(".card-title").textContent()).trim();
+    check(name.length > 0, `the first card of ${tab} has no title`);
+    const href = await firstCard.getAttribute("href");
+    check(href.startsWith(screen), `a card of ${tab} leads to ${href}, not to ${screen}…`);
+    if (tab === "artists") artistName = name;
+    await firstCard.click();
+    await until(`the screen of "${name}" with its contents`, async () => (await detailTitle()).trim() === name && (await page.locator(content).count()) > 0, { timeout: 15000 });
+    check((await page.locator(`a.back[href="#/library/${tab}"]`).count()) === 1, `the screen of "${name}" has no link back to ${tab}`);
+  }
+
+  begin("search lists a matching artist as a link to the artist");
+  await page.goto(libraryUrl);
+  await page.locator('.tab[href="#/library/search"]').click();
+  await page.locator("#search-input").fill(artistName);
+  const artistChip = await until(`an artist link for "${artistName}"`, async () => {
+    const chips = await page.locator('.search-results a.chip[href^="#/artist/"]').allTextContents();
+    return chips.some((t) => t.trim() === artistName);
+  });
+  check(artistChip, "no artist link in the search results");
   await page.goto(libraryUrl);
   await cards.first().waitFor();
 

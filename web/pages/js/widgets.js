@@ -36,15 +36,26 @@ export function link(href, attrs, ...children) {
   return h("a", { href, ...attrs }, ...children);
 }
 
+// One card of a grid: a cover, a title and, when given, a second line.
+export function card(href, attrs, coverNode, title, sub) {
+  return link(
+    href,
+    attrs,
+    coverNode,
+    h("span", { class: "card-title" }, title),
+    sub === undefined ? null : h("span", { class: "card-sub" }, sub),
+  );
+}
+
 // One card of an album grid.
 export function albumCard(album) {
-  return link(
-    `#/album/${encodeURIComponent(album.id)}`,
-    { class: "card", dataset: { albumId: album.id } },
-    cover(album, "album"),
-    h("span", { class: "card-title" }, album.name || "Untitled"),
-    h("span", { class: "card-sub" }, album.artistname || ""),
-  );
+  return card(`#/album/${encodeURIComponent(album.id)}`, { class: "card", dataset: { albumId: album.id } }, cover(album, "album"), album.name || "Untitled", album.artistname || "");
+}
+
+// Whether the player sent an item's own picture (or where to fetch it).
+export function hasOwnCover(item) {
+  const data = item.artworkdata;
+  return Boolean(data && (data.imagedata || data.url));
 }
 
 export function grid(items, makeCard, emptyText) {
@@ -92,6 +103,24 @@ export function trackList(tracks, { scope, onPick, showAlbum = false, numbered =
 
 export function backLink(href, text) {
   return link(href, { class: "back" }, icon("back"), text);
+}
+
+// A titled part of a screen.
+export function section(name, content) {
+  return h("section", { class: "section" }, h("h2", {}, name), content);
+}
+
+// Items as a row of named links to their screens, e.g. chips(playlists, "playlist").
+export function chips(items, screen) {
+  return h("ul", { class: "chips" }, items.map((item) => h("li", {}, link(`#/${screen}/${encodeURIComponent(item.id)}`, { class: "chip" }, item.name))));
+}
+
+// A screen of one item under a link back to its list: `back` is
+// [href, text], the rest as for follow().
+export function detailScreen(view, scope, [backHref, backText], key, options) {
+  const body = h("div", {});
+  fill(view, backLink(backHref, backText), body);
+  follow(scope, body, key, options);
 }
 
 export function loading(text = "Loading…") {

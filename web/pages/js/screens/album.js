@@ -1,17 +1,15 @@
 // One album: its cover and tracks; a track plays the album from there.
-import { h, fill } from "../dom.js";
+import { h } from "../dom.js";
 import { icon } from "../icons.js";
 import { length, plural, quality } from "../format.js";
-import { cover, follow, trackList, backLink, link } from "../widgets.js";
+import { cover, detailScreen, trackList, link } from "../widgets.js";
 import * as api from "../api.js";
 import { playItem } from "../commands.js";
 
 export const title = "Album";
 
 export function render(view, params, scope) {
-  const body = h("div", {});
-  fill(view, backLink("#/library/albums", "Albums"), body);
-  follow(scope, body, "album", {
+  detailScreen(view, scope, ["#/library/albums", "Albums"], "album", {
     matches: (album) => album.id === params.id,
     ask: () => api.library("album", { id: params.id }),
     missing: "The player does not know this album.",

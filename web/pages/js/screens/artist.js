@@ -1,7 +1,7 @@
 // One artist: their albums. The player answers with the albums alone; the
 // covers come from the album list, which is fetched too if not yet here.
-import { h, fill } from "../dom.js";
-import { albumCard, grid, follow, backLink } from "../widgets.js";
+import { h } from "../dom.js";
+import { albumCard, grid, detailScreen } from "../widgets.js";
 import { plural } from "../format.js";
 import * as api from "../api.js";
 import * as store from "../store.js";
@@ -9,9 +9,6 @@ import * as store from "../store.js";
 export const title = "Artist";
 
 export function render(view, params, scope) {
-  const body = h("div", {});
-  fill(view, backLink("#/library/artists", "Artists"), body);
-
   // A pushed artist item (with its albums) serves as well as the reply.
   scope.on("artist", (artist) => {
     if (artist && artist.id === params.id && Array.isArray(artist.albums)) {
@@ -19,7 +16,7 @@ export function render(view, params, scope) {
     }
   });
 
-  follow(scope, body, "artistAlbums", {
+  detailScreen(view, scope, ["#/library/artists", "Artists"], "artistAlbums", {
     matches: (v) => v.id === params.id,
     missing: "The player does not know this artist.",
     ask: async () => {

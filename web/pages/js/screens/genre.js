@@ -1,15 +1,13 @@
 // A genre: its albums and playlists.
-import { h, fill } from "../dom.js";
-import { albumCard, grid, follow, backLink, link } from "../widgets.js";
+import { h } from "../dom.js";
+import { albumCard, grid, detailScreen, section, chips } from "../widgets.js";
 import { plural } from "../format.js";
 import * as api from "../api.js";
 
 export const title = "Genre";
 
 export function render(view, params, scope) {
-  const body = h("div", {});
-  fill(view, backLink("#/library/genres", "Genres"), body);
-  follow(scope, body, "genre", {
+  detailScreen(view, scope, ["#/library/genres", "Genres"], "genre", {
     matches: (g) => g.id === params.id,
     ask: () => api.library("genres", { index: 0, count: -1, id: params.id }),
     missing: "The player does not know this genre.",
@@ -23,14 +21,7 @@ export function render(view, params, scope) {
           h("div", { class: "detail-text" }, h("p", { class: "kicker" }, "Genre"), h("h1", { class: "detail-title" }, genre.name), h("p", { class: "detail-meta" }, plural(albums.length, "album"))),
         ),
         grid(albums, albumCard, "No albums in this genre."),
-        playlists.length
-          ? h(
-              "section",
-              { class: "section" },
-              h("h2", {}, "Playlists"),
-              h("ul", { class: "chips" }, playlists.map((p) => h("li", {}, link(`#/playlist/${encodeURIComponent(p.id)}`, { class: "chip" }, p.name)))),
-            )
-          : null,
+        playlists.length ? section("Playlists", chips(playlists, "playlist")) : null,
       ];
     },
   });

@@ -3,7 +3,7 @@
 import { h, fill } from "../dom.js";
 import { icon } from "../icons.js";
 import { plural } from "../format.js";
-import { cover, albumCard, grid, link, follow, trackList, loading } from "../widgets.js";
+import { cover, card, albumCard, grid, link, follow, trackList, loading, section, chips, hasOwnCover } from "../widgets.js";
 import * as api from "../api.js";
 import * as store from "../store.js";
 import { playItem } from "../commands.js";
@@ -39,93 +39,64 @@ export function render(view, params, scope) {
   views[tab.key](body, params, scope);
 }
 
+// The grid tabs: how each asks for its list (kept in the store under the
+// tab's name) and how it draws one card.
+const GRIDS = {
+  albums: { ask: () => api.library("albums", ALL), card: albumCard, empty: "The library has no albums." },
+  artists: {
+    ask: () => api.library("artists", ALL),
+    card: (artist) =>
+      card(
+        `#/artist/${encodeURIComponent(artist.id)}`,
+        { class: "card artist" },
+        cover(artistCoverItem(artist), "album", "cover round-cover"),
+        artist.name,
+        plural(Number(artist.albumcount) || (artist.albums || []).length, "album"),
+      ),
+    empty: "The library has no artists.",
+  },
+  playlists: {
+    ask: () => api.library("playlist", ALL),
+    card: (p) =>
+      card(
+        `#/playlist/${encodeURIComponent(p.id)}`,
+        { class: "card" },
+        cover(firstTrackItem(p), "track"),
+        p.name,
+        plural(Number(p.trackcount) || (p.tracks || []).length, "track"),
+      ),
+    empty: "No playlists yet.",
+  },
+  genres: {
+    ask: () => api.library("genres"),
+    card: (g) =>
+      card(
+        `#/genre/${encodeURIComponent(g.id)}`,
+        { class: "card" },
+        cover(hasOwnCover(g) ? g : (g.albums || [])[0] || g, "album"),
+        g.name,
+        plural((g.albums || []).length, "album"),
+      ),
+    empty: "No genres.",
+  },
+  moods: {
+    ask: () => api.library("mood"),
+    card: (m) => card(`#/mood/${encodeURIComponent(m.id)}`, { class: "card" }, cover(m, "mood"), m.name),
+    empty: "No moods.",
+  },
+};
+
+function gridTab(key, { ask, card: makeCard, empty }) {
+  return (body, params, scope) =>
+    follow(scope, body, key, {
+      matches: Array.isArray,
+      draw: (items) => grid(items, makeCard, empty),
+      ask,
+    });
+}
+
 const views = {
-  albums(body, params, scope) {
-    follow(scope, body, "albums", {
-      matches: Array.isArray,
-      draw: (albums) => grid(albums, albumCard, "The library has no albums."),
-      ask: () => api.library("albums", ALL),
-    });
-  },
-
-  artists(body, params, scope) {
-    follow(scope, body, "artists", {
-      matches: Array.isArray,
-      draw: (artists) =>
-        grid(
-          artists,
-          (artist) =>
-            link(
-              `#/artist/${encodeURIComponent(artist.id)}`,
-              { class: "card artist" },
-              cover(artistCoverItem(artist), "album", "cover round-cover"),
-              h("span", { class: "card-title" }, artist.name),
-              h("span", { class: "card-sub" }, plural(Number(artist.albumcount) || (artist.albums || []).length, "album")),
-            ),
-          "The library has no artists.",
-        ),
-      ask: () => api.library("artists", ALL),
-    });
-  },
-
-  playlists(body, params, scope) {
-    follow(scope, body, "playlists", {
-      matches: Array.isArray,
-      draw: (playlists) =>
-        grid(
-          playlists,
-          (p) =>
-            link(
-              `#/playlist/${encodeURIComponent(p.id)}`,
-              { class: "card" },
-              cover(firstTrackItem(p), "track"),
-              h("span", { class: "card-title" }, p.name),
-              h("span", { class: "card-sub" }, plural(Number(p.trackcount) || (p.tracks || []).length, "track")),
-            ),
-          "No playlists yet.",
-        ),
-      ask: () => api.library("playlist", ALL),
-    });
-  },
-
-  genres(body, params, scope) {
-    follow(scope, body, "genres", {
-      matches: Array.isArray,
-      draw: (genres) =>
-        grid(
-          genres,
-          (g) =>
-            link(
-              `#/genre/${encodeURIComponent(g.id)}`,
-              { class: "card" },
-              cover(g.artworkdata && (g.artworkdata.imagedata || g.artworkdata.url) ? g : (g.albums || [])[0] || g, "album"),
-              h("span", { class: "card-title" }, g.name),
-              h("span", { class: "card-sub" }, plural((g.albums || []).length, "album")),
-            ),
-          "No genres.",
-        ),
-      ask: () => api.library("genres"),
-    });
-  },
-
-  moods(body, params, scope) {
-    follow(scope, body, "moods", {
-      matches: Array.isArray,
-      draw: (moods) =>
-        grid(
-          moods,
-          (m) =>
-            link(
-              `#/mood/${encodeURIComponent(m.id)}`,
-              { class: "card" },
-              cover(m, "mood"),
-              h("span", { class: "card-title" }, m.name),
-            ),
-          "No moods.",
-        ),
-      ask: () => api.library("mood"),
-    });
-  },
+  ...Object.fromEntries(Object.entries(GRIDS).map(([key, tab]) => [key, gridTab(key, tab)])),
 
   search(body, params, scope) {
     const results = h("div", { class: "search-results" });
@@ -180,27 +151,18 @@ function searchResults(found, scope) {
     return h("p", { class: "empty" }, `Nothing matches “${found.search}”.`);
   }
   return [
-    artists.length
-      ? section("Artists", h("ul", { class: "chips" }, artists.map((a) => h("li", {}, link(`#/artist/${encodeURIComponent(a.id)}`, { class: "chip" }, a.name)))))
-      : null,
+    artists.length ? section("Artists", chips(artists, "artist")) : null,
     albums.length ? section("Albums", grid(albums, albumCard, "")) : null,
-    playlists.length
-      ? section("Playlists", h("ul", { class: "chips" }, playlists.map((p) => h("li", {}, link(`#/playlist/${encodeURIComponent(p.id)}`, { class: "chip" }, p.name)))))
-      : null,
+    playlists.length ? section("Playlists", chips(playlists, "playlist")) : null,
     tracks.length
       ? section("Tracks", trackList(tracks, { scope, numbered: false, showAlbum: true, onPick: (t) => playItem(t.id, 0) }))
       : null,
   ];
 }
 
-function section(name, content) {
-  return h("section", { class: "section" }, h("h2", {}, name), content);
-}
-
 // An artist shows the cover of their first album when they have no picture.
 function artistCoverItem(artist) {
-  const data = artist.artworkdata;
-  if (data && (data.imagedata || data.url)) return artist;
+  if (hasOwnCover(artist)) return artist;
   const first = (artist.albums || [])[0];
   if (first) return first;
   const albums = store.get("albums") || [];
@@ -208,7 +170,6 @@ function artistCoverItem(artist) {
 }
 
 function firstTrackItem(playlist) {
-  const data = playlist.artworkdata;
-  if (data && (data.imagedata || data.url)) return playlist;
+  if (hasOwnCover(playlist)) return playlist;
   return (playlist.tracks || [])[0] || playlist;
 }

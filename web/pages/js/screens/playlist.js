@@ -1,9 +1,9 @@
 // A playlist, or a mood (the player answers a mood with a playlist of its
 // tracks under the mood's id). A track plays the list from there.
-import { h, fill } from "../dom.js";
+import { h } from "../dom.js";
 import { icon } from "../icons.js";
 import { length, plural } from "../format.js";
-import { cover, follow, trackList, backLink } from "../widgets.js";
+import { cover, detailScreen, trackList } from "../widgets.js";
 import * as api from "../api.js";
 import * as store from "../store.js";
 import { playItem } from "../commands.js";
@@ -12,9 +12,7 @@ export const title = "Playlist";
 
 export function render(view, params, scope) {
   const mood = params.kind === "mood";
-  const body = h("div", {});
-  fill(view, backLink(mood ? "#/library/moods" : "#/library/playlists", mood ? "Moods" : "Playlists"), body);
-  follow(scope, body, "playlist", {
+  detailScreen(view, scope, mood ? ["#/library/moods", "Moods"] : ["#/library/playlists", "Playlists"], "playlist", {
     matches: (p) => p.id === params.id,
     redrawOn: ["albums"],
     ask: () => api.library(mood ? "mood" : "playlist", { id: params.id }),
