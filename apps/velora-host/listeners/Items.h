@@ -101,7 +101,7 @@ class LibraryItems {
     });
   }
 
-  // Any other reading that makes items: `read(lib, pool)` runs under the lock.
+  // Any other reading that makes items: `reading(lib, pool)` runs under the lock.
   template <typename F>
   auto read(F&& reading) {
     return player_.withLibrary([&](const LibraryView& lib) { return reading(lib, pool_); });
