@@ -3,6 +3,6 @@ function(velora_warnings target)
   if(VELORA_SANITIZE)
     # Sanitizer instrumentation misleads GCC's flow analysis into false
     # "may be used uninitialized" reports inside the standard library.
-    target_compile_options(${target} PRIVATE -Wno-maybe-uninitialized)
+    target_compile_options(${target} PRIVATE $<$<CXX_COMPILER_ID:GNU>:-Wno-maybe-uninitialized>)
   endif()
 endfunction()

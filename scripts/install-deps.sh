@@ -14,11 +14,11 @@ build_pkgs=(
   libssl-dev uuid-dev zlib1g-dev libavahi-compat-libdnssd-dev
   libgtest-dev libgmock-dev curl libtag1-dev
 )
-# Daemons the tests start themselves (publication over DNS-SD), and the
-# browser that the web remote's end-to-end test drives.
+# Daemons the tests start themselves (publication over DNS-SD), the browser
+# that the web remote's end-to-end test drives, and clang for the fuzz targets.
 test_pkgs=()
 if [ "$for_tests" -eq 1 ]; then
-  test_pkgs=(dbus avahi-daemon avahi-utils chromium)
+  test_pkgs=(dbus avahi-daemon avahi-utils chromium clang libclang-rt-dev)
   # Node.js may come from elsewhere than Debian (a newer release); only a
   # machine without npm gets Debian's.
   if ! command -v npm >/dev/null 2>&1; then test_pkgs+=(nodejs npm); fi

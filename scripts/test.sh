@@ -82,6 +82,9 @@ run_config asan build/asan "$sanitized -DVELORA_SANITIZE=address,undefined" "-LE
 if [ -n "$TSAN_LABELS" ]; then
   run_config tsan build/tsan "$sanitized -DVELORA_SANITIZE=thread" "-L $TSAN_LABELS"
 fi
+# The fuzz targets alone, built with clang (libFuzzer, ASan, UBSan); each
+# runs for a few seconds on its seed corpus (about a minute in all).
+run_config fuzz build/fuzz "$sanitized -DCMAKE_CXX_COMPILER=clang++ -DVELORA_BUILD_FUZZ=ON -DVELORA_BUILD_TESTS=OFF" "-L fuzz"
 
 echo
 echo "=== summary"
