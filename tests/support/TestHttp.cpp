@@ -12,6 +12,7 @@
 #include <filesystem>
 #include <fstream>
 #include <random>
+#include <thread>
 
 #include <gtest/gtest.h>
 
@@ -139,6 +140,28 @@ HttpReply httpRequest(int port, const std::string& method, const std::string& ta
     reply.body.resize(static_cast<size_t>(contentLength));
   }
   return reply;
+}
+
+void abandonRequest(int port, const std::string& target, int afterMs, bool reset) {
+  const int fd = ::socket(AF_INET, SOCK_STREAM, 0);
+  if (fd < 0) return;
+  sockaddr_in addr{};
+  addr.sin_family = AF_INET;
+  addr.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+  addr.sin_port = htons(static_cast<uint16_t>(port));
+  if (::connect(fd, reinterpret_cast<sockaddr*>(&addr), sizeof addr) == 0) {
+    const std::string request = "GET " + target +
+                                " HTTP/1.1\r\nHost: 127.0.0.1:" + std::to_string(port) +
+                                "\r\nConnection: close\r\n\r\n";
+    if (::send(fd, request.data(), request.size(), MSG_NOSIGNAL) > 0 && afterMs > 0) {
+      std::this_thread::sleep_for(std::chrono::milliseconds(afterMs));
+    }
+    if (reset) {
+      linger hard{1, 0};
+      ::setsockopt(fd, SOL_SOCKET, SO_LINGER, &hard, sizeof hard);
+    }
+  }
+  ::close(fd);
 }
 
 std::string captureStdout(const std::function<void()>& fn) {

@@ -27,6 +27,11 @@ inline HttpReply httpGet(int port, const std::string& target, int timeoutMs = 50
   return httpRequest(port, "GET", target, "", timeoutMs);
 }
 
+// Sends a GET of `target` and closes the connection `afterMs` later without
+// reading anything, as a client that gives up or goes away does. With
+// `reset` the connection ends with a reset instead of an orderly close.
+void abandonRequest(int port, const std::string& target, int afterMs, bool reset = false);
+
 // Runs `fn` with standard output captured and returns what it printed.
 std::string captureStdout(const std::function<void()>& fn);
 
