@@ -110,8 +110,10 @@ std::string find_executable_folder() {
 }
 
 bool validPath(std::string path) {
-  // O_CLOEXEC keeps the probe descriptor out of any child a concurrent thread spawns.
-  int const fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+  // O_CLOEXEC keeps the probe descriptor out of any child a concurrent thread
+  // spawns. O_NONBLOCK keeps a request that names a named pipe from holding a
+  // worker thread until some writer opens the other end.
+  int const fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
   if (fd < 0) return false;
   ::close(fd);
   return true;

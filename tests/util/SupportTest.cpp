@@ -1,5 +1,11 @@
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
 #include <zlib.h>
+
+#include <chrono>
+#include <future>
 
 #include <filesystem>
 #include <fstream>
@@ -182,6 +188,21 @@ TEST_F(Files, ValidPathAcceptsFilesAndFolders) {
   EXPECT_TRUE(validPath(dir_.string()));
   EXPECT_FALSE(validPath((dir_ / "missing").string()));
   EXPECT_FALSE(validPath(""));
+}
+
+// Any path a client names is probed, so a named pipe must not park the
+// probing thread until a writer comes along.
+TEST_F(Files, ValidPathDoesNotWaitOnANamedPipe) {
+  std::string const fifo = (dir_ / "pipe").string();
+  ASSERT_EQ(::mkfifo(fifo.c_str(), 0600), 0);
+  auto probe = std::async(std::launch::async, [&] { return validPath(fifo); });
+  if (probe.wait_for(std::chrono::seconds(5)) != std::future_status::ready) {
+    // Open the writing end so the stuck probe returns and the test can end.
+    int const writer = ::open(fifo.c_str(), O_WRONLY);
+    if (writer >= 0) ::close(writer);
+    FAIL() << "validPath blocked on a named pipe";
+  }
+  EXPECT_TRUE(probe.get());
 }
 
 TEST(CompressString, EmptyInputGivesAMinimalValidStream) {
