@@ -4,7 +4,11 @@
 using web::json::value;
 
 void VeloraRestService::publishState(value StateDocuments::*document, const char* key, value v) {
-  publishState(document, {{key, std::move(v)}});
+  // Not a braced list: its elements are const and would be copied, and a
+  // library list with its pictures runs to hundreds of megabytes.
+  std::vector<std::pair<const char*, value>> entries;
+  entries.emplace_back(key, std::move(v));
+  publishState(document, std::move(entries));
 }
 
 void VeloraRestService::publishState(value StateDocuments::*document,

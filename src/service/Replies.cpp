@@ -16,11 +16,25 @@ void deleteARD(value& v) {
   }
 }
 
+namespace {
+// What http_headers::add does, without the string stream it prints every
+// value through: on a reply as small as a ping's, that printing was a tenth
+// of the service's work per request.
+void addHeader(web::http::http_headers& headers, const char* name, const char* value) {
+  auto& field = headers[name];
+  if (field.empty()) {
+    field = value;
+  } else {
+    field.append(", ").append(value);
+  }
+}
+}  // namespace
+
 void VeloraRestService::addResponseHeaders(http_response& response) {
   auto& headers = response.headers();
-  headers.add("Access-Control-Allow-Origin", "*");
-  headers.add("Access-Control-Allow-Methods", "*");
-  headers.add("Access-Control-Allow-Headers", "Origin,Content-Type,Accept,X-Requested-With");
+  addHeader(headers, "Access-Control-Allow-Origin", "*");
+  addHeader(headers, "Access-Control-Allow-Methods", "*");
+  addHeader(headers, "Access-Control-Allow-Headers", "Origin,Content-Type,Accept,X-Requested-With");
 }
 
 void VeloraRestService::admit() {

@@ -67,16 +67,38 @@ void VeloraRestService::serveFile(http_request& request, const std::string& file
     send(request, status_codes::NotFound);
     return;
   }
-  const auto size = filesize(file.c_str());
-  concurrency::streams::fstream::open_istream(file, std::ios::in | std::ios::binary)
-      .then([this, request, size, contentType](pplx::task<concurrency::streams::istream> opened) {
+  // The file is read to its end and its stream closed before the reply goes
+  // out. A file stream still open when its last owner lets go closes itself
+  // by waiting, on a worker thread, for a task that needs a worker thread:
+  // with as many pages in flight as the pool has workers, every worker ended
+  // up waiting and the service stopped answering for good.
+  namespace streams = concurrency::streams;
+  auto body = std::make_shared<streams::container_buffer<std::vector<uint8_t>>>();
+  streams::fstream::open_istream(file, std::ios::in | std::ios::binary)
+      .then([body](streams::istream in) {
+        return in.read_to_end(*body).then([in](pplx::task<size_t> read) {
+          return in.close().then([read](pplx::task<void> closed) {
+            try {
+              closed.get();
+            } catch (...) {
+              // What was read is sent; a failed close changes nothing in it.
+            }
+            return read.get();
+          });
+        });
+      })
+      .then([this, request, body, contentType](pplx::task<size_t> read) {
         http_request client = request;
         try {
+          read.get();
+          std::vector<uint8_t> bytes = std::move(body->collection());
+          const auto size = static_cast<utility::size64_t>(bytes.size());
           http_response response(status_codes::OK);
-          response.set_body(opened.get(), static_cast<utility::size64_t>(size), contentType);
+          response.set_body(streams::bytestream::open_istream(std::move(bytes)), size, contentType);
           send(client, response);
         } catch (...) {
-          // The file vanished between the check and the opening.
+          // The file vanished between the check and the opening, or could
+          // not be read.
           send(client, status_codes::NotFound);
         }
       });

@@ -1,5 +1,13 @@
+#include <arpa/inet.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
 #include <atomic>
 #include <filesystem>
+#include <string>
+#include <thread>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -138,6 +146,68 @@ TEST_F(StaticPagesTest, OddRequestsGetAnAnswerAndServingGoesOn) {
   EXPECT_NE(0, httpGet(port, "/%zz%%/..%").status);
   EXPECT_NE(0, httpGet(port, "/%ff%fe%00").status);
   EXPECT_EQ(200, httpGet(port, "/app.js").status);
+}
+
+// Asks for `target` `times` over one keep-alive connection, as a browser
+// does; counts the replies that are 200 with exactly `expected` as body.
+int pagesOverOneConnection(int port, const std::string& target, const std::string& expected,
+                           int times) {
+  const int fd = socket(AF_INET, SOCK_STREAM, 0);
+  timeval timeout{5, 0};
+  setsockopt(fd, SOL_SOCKET, SO_RCVTIMEO, &timeout, sizeof timeout);
+  sockaddr_in a{};
+  a.sin_family = AF_INET;
+  a.sin_port = htons(static_cast<uint16_t>(port));
+  a.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+  int whole = 0;
+  if (connect(fd, reinterpret_cast<sockaddr*>(&a), sizeof a) == 0) {
+    const std::string request = "GET " + target + " HTTP/1.1\r\nHost: 127.0.0.1\r\n\r\n";
+    std::string buffer;
+    char chunk[16384];
+    for (int i = 0; i < times; ++i) {
+      if (send(fd, request.data(), request.size(), MSG_NOSIGNAL) < 0) break;
+      size_t end;
+      bool closed = false;
+      while ((end = buffer.find("\r\n\r\n")) == std::string::npos && !closed) {
+        const ssize_t n = recv(fd, chunk, sizeof chunk, 0);
+        closed = n <= 0;
+        if (!closed) buffer.append(chunk, static_cast<size_t>(n));
+      }
+      if (closed) break;
+      const std::string head = buffer.substr(0, end);
+      const auto at = head.find("Content-Length: ");
+      const size_t length = at == std::string::npos ? 0 : std::stoul(head.substr(at + 16));
+      while (buffer.size() < end + 4 + length && !closed) {
+        const ssize_t n = recv(fd, chunk, sizeof chunk, 0);
+        closed = n <= 0;
+        if (!closed) buffer.append(chunk, static_cast<size_t>(n));
+      }
+      if (closed) break;
+      if (head.rfind("HTTP/1.1 200", 0) == 0 && buffer.compare(end + 4, length, expected) == 0)
+        ++whole;
+      buffer.erase(0, end + 4 + length);
+    }
+  }
+  close(fd);
+  return whole;
+}
+
+TEST_F(StaticPagesTest, ManyPagesAtOnceAreAllServedAndTheServiceGoesOn) {
+  // More keep-alive clients at once than the service has worker threads,
+  // each asking for a page of some size again and again: every one gets the
+  // whole page each time, and the service still answers afterwards.
+  std::string page;
+  for (int i = 0; page.size() < 100 * 1024; ++i) page += "<p>line " + std::to_string(i) + "</p>\n";
+  sut.pages.write("big.html", page);
+  std::atomic<int> whole{0};
+  std::vector<std::thread> clients;
+  for (int c = 0; c < 16; ++c) {
+    clients.emplace_back([&] { whole += pagesOverOneConnection(port, "/big.html", page, 20); });
+  }
+  for (auto& t : clients) t.join();
+  EXPECT_EQ(16 * 20, whole.load());
+  EXPECT_EQ("<html>remote</html>", httpGet(port, "/index.html", 3000).body);
+  EXPECT_EQ(200, httpGet(port, "/ping", 3000).status);
 }
 
 }  // namespace
