@@ -3,69 +3,58 @@
 # the reference host's listener) with and without 64 clients long-polling
 # /status, and how long each of those polls takes to come back with 304.
 #
-#   bash bench/load_status.sh [build-dir]     (default build/release)
+#   bash bench/load_status.sh BUILD_DIR     (run-all.sh passes build/b-bench)
 #
-# Bounded: each wrk run lasts DURATION seconds (10 by default).
+# Prints RESULT rows (see run-all.sh). The runs alternate: 16 connections
+# alone, 16 and 64 with the pollers, 64 alone, so that a drift of the shared
+# machine falls on both sides. Bounded: four wrk runs of DURATION seconds (6 by
+# default) and the pollers' own time limit.
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
-build=${1:-build/release}
-duration=${DURATION:-10}
+build=${1:-build/b-bench}
+duration=${DURATION:-6}
 pollers=${POLLERS:-64}
+source bench/http_common.sh
 
-if ! command -v wrk >/dev/null; then
-  DEBIAN_FRONTEND=noninteractive apt-get install -y -qq --no-install-recommends wrk >/dev/null
-fi
-if [ ! -x "$build/bin/velora-host" ]; then
-  cmake -S . -B "$build" -DCMAKE_BUILD_TYPE=Release -DVELORA_BUILD_TESTS=OFF >/dev/null
-  cmake --build "$build" -j"$(nproc)" --target velora-host >/dev/null
-fi
-
-port=$(python3 -c 'import socket; s=socket.socket(); s.bind(("127.0.0.1",0)); print(s.getsockname()[1])')
 work=$(mktemp -d)
-DBUS_SYSTEM_BUS_ADDRESS=unix:path=/nonexistent AVAHI_COMPAT_NOWARN=1 \
-  "$build/bin/velora-host" --port "$port" --quiet </dev/null >"$work/host.log" 2>&1 &
-host=$!
-cleanup() {
-  kill "$host" 2>/dev/null || true
-  jobs -p | xargs -r kill 2>/dev/null || true
-  rm -rf "$work"
-}
-trap cleanup EXIT
-for _ in $(seq 100); do curl -s -o /dev/null "http://127.0.0.1:$port/ping" && break; sleep 0.1; done
+trap 'stop_all; rm -rf "$work"' EXIT
+start_host port "$build"
+wait_http "$port" /ping
+# The host publishes its state on start; that first delivery is not a 304.
+curl -s -o /dev/null "http://127.0.0.1:$port/status"
+url="http://127.0.0.1:$port/ping"
+section="long-poll fan-out"
 
-# run_wrk CONNECTIONS -> "req/s p50_ms p99_ms"
-run_wrk() {
-  wrk -t2 -c"$1" -d"${duration}s" --latency "http://127.0.0.1:$port/ping" |
-    awk '/Requests\/sec/ {rps=$2}
-         /^ +50%/ {p50=$2} /^ +99%/ {p99=$2}
-         END {
-           conv = "";
-           print rps, p50, p99
-         }'
-}
-ms() {  # "1.23ms" / "850.00us" / "1.20s" -> milliseconds
-  awk -v v="$1" 'BEGIN { n = v + 0; if (v ~ /us$/) n /= 1000; else if (v ~ /s$/ && v !~ /ms$/) n *= 1000; printf "%.2f", n }'
-}
-
-printf '%-34s %10s %9s %9s\n' "GET /ping" "req/s" "p50 ms" "p99 ms"
-for c in 16 64; do
-  read -r rps p50 p99 < <(run_wrk "$c")
-  base_rps[$c]=$rps
-  printf '%-34s %10s %9s %9s\n' "$c connections, no pollers" "$rps" "$(ms "$p50")" "$(ms "$p99")"
-done
+declare -A rps p50 p99
+read -r rps[alone,16] p50[alone,16] p99[alone,16] < <(run_wrk 16 "$url")
 
 # The pollers: keep-alive clients that loop GET /status and report how long
 # every answer took.
-python3 bench/status_pollers.py "$port" "$pollers" $((duration * 2 + 3)) >"$work/polls" &
+python3 bench/status_pollers.py "$port" "$pollers" $((duration * 2 + 4)) >"$work/polls" &
 pollers_pid=$!
 sleep 1.5
-for c in 16 64; do
-  read -r rps p50 p99 < <(run_wrk "$c")
-  ratio=$(awk -v a="$rps" -v b="${base_rps[$c]}" 'BEGIN { printf "%.2f", a / b }')
-  printf '%-34s %10s %9s %9s   (%sx without pollers)\n' "$c connections, $pollers pollers" \
-    "$rps" "$(ms "$p50")" "$(ms "$p99")" "$ratio"
-done
+read -r rps[polled,16] p50[polled,16] p99[polled,16] < <(run_wrk 16 "$url")
+read -r rps[polled,64] p50[polled,64] p99[polled,64] < <(run_wrk 64 "$url")
 wait "$pollers_pid"
-awk '$1 == 304 { n++; t = $2; if (min == "" || t < min) min = t; if (t > max) max = t }
+read -r rps[alone,64] p50[alone,64] p99[alone,64] < <(run_wrk 64 "$url")
+
+for c in 16 64; do
+  result "$section" "GET /ping, $c conns, no pollers" "${rps[alone,$c]}" "req/s"
+  result "$section" "GET /ping, $c conns, $pollers pollers" "${rps[polled,$c]}" "req/s"
+  r=$(ratio "${rps[polled,$c]}" "${rps[alone,$c]}")
+  result "$section" "GET /ping with / without pollers, $c conns" "$r" "x" ">= 0.8" \
+    "$(verdict "$r >= 0.8")"
+  result "$section" "GET /ping, $c conns, $pollers pollers, p50" "${p50[polled,$c]}" "ms"
+  result "$section" "GET /ping, $c conns, $pollers pollers, p99" "${p99[polled,$c]}" "ms" "< 10" \
+    "$(verdict "${p99[polled,$c]} < 10")"
+done
+read -r n other min max late < <(awk '
+  $1 == 304 { n++; t = $2; if (min == "" || t < min) min = t; if (t > max) max = t
+              if (t < 1.0 || t > 1.2) late++ }
   $1 != 304 { other++ }
-  END { printf "status polls: %d answered 304, between %.3f s and %.3f s; %d other answers\n", n, min, max, other }' "$work/polls"
+  END { printf "%d %d %.3f %.3f %d\n", n, other, min, max, late }' "$work/polls")
+result "$section" "status polls answered 304" "$n" "count"
+result "$section" "status polls answered otherwise" "$other" "count" "0" "$(verdict "$other == 0")"
+result "$section" "status 304, fastest" "$min" "s" ">= 1.0" "$(verdict "$min >= 1.0")"
+result "$section" "status 304, slowest" "$max" "s" "<= 1.2" "$(verdict "$max <= 1.2")"
+result "$section" "status 304s outside 1.0-1.2 s" "$late" "count" "0" "$(verdict "$late == 0")"
