@@ -77,7 +77,9 @@ void VeloraRestService::serveFile(http_request& request, const std::string& file
   streams::fstream::open_istream(file, std::ios::in | std::ios::binary)
       .then([body](streams::istream in) {
         return in.read_to_end(*body).then([in](pplx::task<size_t> read) {
-          return in.close().then([read](pplx::task<void> closed) {
+          // The queued close works on the stream's buffer, so the stream is
+          // held until the close has run.
+          return in.close().then([in, read](pplx::task<void> closed) {
             try {
               closed.get();
             } catch (...) {
