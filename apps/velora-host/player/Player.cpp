@@ -776,40 +776,36 @@ bool Player::findStashItem(const std::string& sku, StashItem& out) const {
   return false;
 }
 
-bool Player::startDownload(const std::string& sku) {
+bool Player::moveDownload(const std::string& sku, std::initializer_list<DownloadState> from,
+                          DownloadState to) {
   Lock lock(mutex_);
   StashItem* item = stashLocked(sku);
-  if (item == nullptr || item->state == DownloadState::Downloading) return false;
-  if (item->state != DownloadState::Paused) item->progress = 0;
-  item->state = DownloadState::Downloading;
+  if (item == nullptr) return false;
+  if (std::find(from.begin(), from.end(), item->state) == from.end()) return false;
+  // Only a paused download goes on where it stopped; a cancelled one keeps nothing.
+  const bool startsOver = to == DownloadState::Idle || (to == DownloadState::Downloading &&
+                                                        item->state != DownloadState::Paused);
+  if (startsOver) item->progress = 0;
+  item->state = to;
   return true;
+}
+
+bool Player::startDownload(const std::string& sku) {
+  return moveDownload(sku, {DownloadState::Idle, DownloadState::Paused, DownloadState::Done},
+                      DownloadState::Downloading);
 }
 
 bool Player::pauseDownload(const std::string& sku) {
-  Lock lock(mutex_);
-  StashItem* item = stashLocked(sku);
-  if (item == nullptr || item->state != DownloadState::Downloading) return false;
-  item->state = DownloadState::Paused;
-  return true;
+  return moveDownload(sku, {DownloadState::Downloading}, DownloadState::Paused);
 }
 
 bool Player::resumeDownload(const std::string& sku) {
-  Lock lock(mutex_);
-  StashItem* item = stashLocked(sku);
-  if (item == nullptr || item->state != DownloadState::Paused) return false;
-  item->state = DownloadState::Downloading;
-  return true;
+  return moveDownload(sku, {DownloadState::Paused}, DownloadState::Downloading);
 }
 
 bool Player::cancelDownload(const std::string& sku) {
-  Lock lock(mutex_);
-  StashItem* item = stashLocked(sku);
-  if (item == nullptr ||
-      (item->state != DownloadState::Downloading && item->state != DownloadState::Paused))
-    return false;
-  item->state = DownloadState::Idle;
-  item->progress = 0;
-  return true;
+  return moveDownload(sku, {DownloadState::Downloading, DownloadState::Paused},
+                      DownloadState::Idle);
 }
 
 // ----------------------------------------------------------------- scanning

@@ -4,6 +4,7 @@
 #include <functional>
 #include <map>
 #include <mutex>
+#include <initializer_list>
 #include <string>
 #include <vector>
 
@@ -260,6 +261,9 @@ class Player {
   int shuffledNextLocked();
   Stage& stageLocked(StageKind kind) { return stages_[static_cast<int>(kind)]; }
   StashItem* stashLocked(const std::string& sku);
+  // Moves a download to `to` when it is in one of the `from` states.
+  bool moveDownload(const std::string& sku, std::initializer_list<DownloadState> from,
+                    DownloadState to);
 
   mutable std::mutex mutex_;
   Clock clock_;
