@@ -136,6 +136,11 @@ HttpReply httpRequest(int port, const std::string& method, const std::string& ta
     reply.headers[lower(line.substr(0, colon))] = value;
   }
   reply.body = raw.substr(headerEnd + 4);
+  if (contentLength >= 0 && reply.body.size() < static_cast<size_t>(contentLength)) {
+    // Cut short by the server closing: every client takes that as a failed
+    // request, not as a reply with part of a body.
+    return HttpReply{};
+  }
   if (contentLength >= 0 && reply.body.size() > static_cast<size_t>(contentLength)) {
     reply.body.resize(static_cast<size_t>(contentLength));
   }
