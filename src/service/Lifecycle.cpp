@@ -1,20 +1,10 @@
-#include <dirent.h>
-#include <fcntl.h>
-#include <netinet/in.h>
-#include <sys/socket.h>
-#include <unistd.h>
-
-#include <cstdlib>
-#include <future>
 #include <iostream>
 #include <memory>
-#include <thread>
-
-#include <boost/asio/post.hpp>
 
 #include <pplx/threadpool.h>
 
 #include "discovery/BonjourNotifier.h"
+#include "service/ServerLifetime.h"
 #include "service/VeloraRestService.h"
 #include "util/Support.h"
 
@@ -42,70 +32,6 @@ void useWorkerThreads(size_t n) {
     crossplat::threadpool::initialize_with_threads(n);
   } catch (const std::exception&) {
   }
-}
-
-// The HTTP library closes a listener by dropping its acceptor, but an accept
-// that completed just before may still be queued for a worker. That handler
-// then runs on the freed port listener, or makes a connection that outlives
-// the close and answers with the server gone: either crashes a worker (seen
-// in about half of the restarts under load). So before the close the
-// service swaps the listening socket under the acceptor for an idle one
-// that is never ready: the port is released and new clients are refused at
-// once, the pending accept just waits to be cancelled, and a marker sent
-// through the workers' queue proves that any accept finished before the
-// swap has been taken up.
-int findListeningSocket(int port) {
-  DIR* fds = opendir("/proc/self/fd");
-  if (!fds) return -1;
-  int found = -1;
-  while (const dirent* entry = readdir(fds)) {
-    const int fd = std::atoi(entry->d_name);
-    if (fd <= 2 || fd == dirfd(fds)) continue;
-    int listening = 0;
-    socklen_t size = sizeof listening;
-    if (getsockopt(fd, SOL_SOCKET, SO_ACCEPTCONN, &listening, &size) != 0 || !listening) continue;
-    sockaddr_storage address{};
-    socklen_t length = sizeof address;
-    if (getsockname(fd, reinterpret_cast<sockaddr*>(&address), &length) != 0) continue;
-    int bound = -1;
-    if (address.ss_family == AF_INET) {
-      bound = ntohs(reinterpret_cast<const sockaddr_in&>(address).sin_port);
-    } else if (address.ss_family == AF_INET6) {
-      bound = ntohs(reinterpret_cast<const sockaddr_in6&>(address).sin6_port);
-    }
-    if (bound == port) {
-      found = fd;
-      break;
-    }
-  }
-  closedir(fds);
-  return found;
-}
-
-void stopAccepting(int port) {
-  const int fd = findListeningSocket(port);
-  if (fd < 0) return;
-  // Listening, so an accept on it waits rather than fails (a failing accept
-  // would be retried by the library in a loop); on loopback and an
-  // ephemeral port, and out of the library's poller, so none ever comes.
-  const int idle = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
-  if (idle < 0) return;
-  sockaddr_in loopback{};
-  loopback.sin_family = AF_INET;
-  loopback.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-  if (bind(idle, reinterpret_cast<sockaddr*>(&loopback), sizeof loopback) == 0 &&
-      listen(idle, 0) == 0) {
-    dup3(idle, fd, O_CLOEXEC);
-  }
-  close(idle);
-
-  auto marker = std::make_shared<std::promise<void>>();
-  boost::asio::post(crossplat::threadpool::shared_instance().service(),
-                    [marker] { marker->set_value(); });
-  marker->get_future().wait_for(std::chrono::seconds(1));
-  // The marker may overtake a handler taken up by another worker an instant
-  // earlier; that handler takes the library's lock at once.
-  std::this_thread::sleep_for(std::chrono::milliseconds(5));
 }
 
 // The one service of the process, made while the library loads and released
@@ -143,6 +69,7 @@ VeloraRestService::~VeloraRestService() {
 
 void VeloraRestService::startListening() {
   std::lock_guard<std::mutex> guard(listenerMutex_);
+  keepServersAfterClose();
   for (port_ = mServicePort; port_ < mServicePort + kPortAttempts; ++port_) {
     const int port = port_;
     try {
@@ -184,7 +111,6 @@ void VeloraRestService::shutdown() {
     std::unique_lock<std::mutex> lock(inflightMutex_);
     drained_.wait_for(lock, std::chrono::seconds(2), [this] { return inflight_ == 0; });
   }
-  stopAccepting(port_);
   try {
     listener_->close().wait();
   } catch (const std::exception& e) {

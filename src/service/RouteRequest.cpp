@@ -2,10 +2,41 @@
 
 #include <cpprest/uri.h>
 
+std::vector<std::string> splitPath(const std::string& path) {
+  std::vector<std::string> segments;
+  size_t start = 0;
+  while (start < path.size()) {
+    size_t end = path.find('/', start);
+    if (end == std::string::npos) end = path.size();
+    if (end > start) segments.emplace_back(path, start, end - start);
+    start = end + 1;
+  }
+  return segments;
+}
+
+std::map<std::string, std::string> splitQuery(const std::string& query) {
+  std::map<std::string, std::string> pairs;
+  size_t start = 0;
+  while (start != std::string::npos) {
+    size_t end = query.find('&', start);
+    if (end == std::string::npos) end = query.find(';', start);
+    const size_t length = end == std::string::npos ? query.size() - start : end - start;
+    const size_t equals = query.find('=', start);
+    if (equals != std::string::npos && equals < start + length) {
+      pairs[query.substr(start, equals - start)].assign(query, equals + 1,
+                                                        start + length - equals - 1);
+    }
+    start = end == std::string::npos ? std::string::npos : end + 1;
+  }
+  return pairs;
+}
+
 RouteRequest::RouteRequest(web::http::http_request& request) : http(request) {
-  const web::uri& uri = request.relative_uri();
-  segments = web::uri::split_path(uri.path());
-  query = web::uri::split_query(uri.query());
+  // The listener sits at the root, so the path relative to it is the
+  // request's own; reading it there spares building a second URI.
+  const web::uri& uri = request.request_uri();
+  segments = splitPath(uri.path());
+  query = splitQuery(uri.query());
   decodedPath = web::uri::decode(uri.path());
 }
 

@@ -34,6 +34,13 @@ class RouteRequest {
   std::string optional(const std::string& key, size_t minCount, const std::string& fallback) const;
 };
 
+// The HTTP library's uri::split_path and uri::split_query, to the letter,
+// without the string stream and locale the first builds for every request:
+// segments skip empty ones; pairs split on '&' (on ';' only where no '&'
+// follows), a pair without '=' is dropped, and a later key wins.
+std::vector<std::string> splitPath(const std::string& path);
+std::map<std::string, std::string> splitQuery(const std::string& query);
+
 // A text handed to a listener as `const char*&`. It must stay where it was
 // made (the pointer refers into it), so it can be neither copied nor moved.
 class CText {
