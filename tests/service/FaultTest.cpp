@@ -204,9 +204,8 @@ TEST_F(FaultTest, ListenersLeavingWhileFiredKeepTheRegistryWhole) {
 // The host closes and reopens the service while clients keep sending.
 // Clients see refused connections or replies their routes define, never a
 // crash; after the last restart everything answers and what the host set
-// before it is still delivered. Before the listening socket was retired
-// ahead of the HTTP library's close, this crashed a worker thread in 6 of 10
-// runs: an accept completed just before the close ran on a freed listener.
+// before it is still delivered. With the HTTP library's own close, this
+// crashed a worker thread in 6 of 10 runs.
 TEST_F(FaultTest, ShutdownAndRestartUnderLoad) {
   const std::string token = pair(11);
   host.onCall("onGetDevices", [this] { s.setGetDevicesResponse(R"(["Speakers"])"); });

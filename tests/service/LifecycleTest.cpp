@@ -1,5 +1,6 @@
 #include <arpa/inet.h>
 #include <netinet/in.h>
+#include <poll.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -116,6 +117,44 @@ TEST_F(LifecycleTest, ShutdownClosesOnceAndListeningCanStartAgain) {
   startListening();
   EXPECT_EQ(400, httpGet(sut.port(), "/x").status);
   EXPECT_EQ(2u, remote.publishedPorts().size());
+}
+
+// A browser keeps its connections open between requests. Closing the
+// service must end them, not leave them talking to a listener that is gone
+// (which would answer 404 even after the service is back).
+TEST_F(LifecycleTest, ShutdownEndsKeptAliveConnections) {
+  startListening();
+  const int fd = ::socket(AF_INET, SOCK_STREAM, 0);
+  sockaddr_in addr{};
+  addr.sin_family = AF_INET;
+  addr.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+  addr.sin_port = htons(static_cast<uint16_t>(sut.port()));
+  ASSERT_EQ(0, ::connect(fd, reinterpret_cast<sockaddr*>(&addr), sizeof addr));
+  const std::string request = "GET /x HTTP/1.1\r\nHost: remote\r\n\r\n";
+  ASSERT_EQ(static_cast<ssize_t>(request.size()),
+            ::send(fd, request.data(), request.size(), MSG_NOSIGNAL));
+  // The whole reply (head and body may come in separate writes), and the
+  // connection stays open.
+  std::string reply;
+  char buffer[4096];
+  while (reply.find("\"/x\"") == std::string::npos) {
+    pollfd pfd{fd, POLLIN, 0};
+    ASSERT_EQ(1, ::poll(&pfd, 1, 2000)) << reply;
+    const ssize_t n = ::recv(fd, buffer, sizeof buffer, 0);
+    ASSERT_GT(n, 0) << reply;
+    reply.append(buffer, static_cast<size_t>(n));
+  }
+  EXPECT_EQ(0u, reply.find("HTTP/1.1 400"));
+
+  sut.service->shutdown();
+  pollfd pfd{fd, POLLIN, 0};
+  ASSERT_EQ(1, ::poll(&pfd, 1, 2000)) << "the kept connection was left open";
+  char byte;
+  EXPECT_LE(::recv(fd, &byte, 1, 0), 0);
+  ::close(fd);
+
+  startListening();
+  EXPECT_EQ(400, httpGet(sut.port(), "/x").status);
 }
 
 TEST_F(LifecycleTest, ListeningTwiceReplacesTheListener) {
