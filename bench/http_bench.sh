@@ -13,11 +13,13 @@
 #   bash bench/http_bench.sh BUILD_DIR     (run-all.sh passes build/b-bench)
 #
 # Prints RESULT rows (see run-all.sh). Bounded: every wrk run lasts DURATION
-# seconds (6 by default); the whole script about 24 runs.
+# seconds (4 by default); each contender of the overhead table runs ROUNDS
+# times (3) and reports its medians; the whole script about 34 runs.
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 build=${1:-build/b-bench}
-duration=${DURATION:-6}
+duration=${DURATION:-4}
+rounds=${ROUNDS:-3}
 source bench/http_common.sh
 
 work=$(mktemp -d)
@@ -60,11 +62,29 @@ declare -A label=(
   [nginx1]="nginx 1 worker, constant JSON"
   [nginxauto]="nginx auto workers, constant JSON"
 )
+# The median of three: on a shared machine one run of a contender can land
+# on a busy second; rounds interleave the contenders so that a slow spell
+# touches them all, and the middle value of each leaves it out.
+median() { printf '%s\n' "$@" | sort -g | awk '{ v[NR] = $1 } END { print v[int((NR + 1) / 2)] }'; }
 for c in 16 64; do
-  # Rotate the order at each connection count so that no contender always
-  # runs first after a pause.
+  declare -A runs=()
+  for ((round = 0; round < rounds; round++)); do
+    for name in "${contenders[@]}"; do
+      read -r r a b < <(run_wrk "$c" "${url[$name]}")
+      runs[$name,rps]+="$r "
+      runs[$name,p50]+="$a "
+      runs[$name,p99]+="$b "
+    done
+    # A new order each round, so that no contender always runs first.
+    contenders=("${contenders[@]:1}" "${contenders[0]}")
+  done
   for name in "${contenders[@]}"; do
-    read -r rps[$name,$c] p50[$name,$c] p99[$name,$c] < <(run_wrk "$c" "${url[$name]}")
+    # shellcheck disable=SC2086
+    {
+      rps[$name,$c]=$(median ${runs[$name,rps]})
+      p50[$name,$c]=$(median ${runs[$name,p50]})
+      p99[$name,$c]=$(median ${runs[$name,p99]})
+    }
   done
   for name in "${contenders[@]}"; do
     result "http overhead" "${label[$name]}, $c conns" "${rps[$name,$c]}" "req/s"
@@ -85,7 +105,6 @@ for c in 16 64; do
         "$(ratio "${rps[$name,$c]}" "${rps[$n,$c]}")" "x"
     done
   done
-  contenders=("${contenders[@]:1}" "${contenders[0]}")
 done
 
 # Static pages.

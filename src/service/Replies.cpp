@@ -84,7 +84,12 @@ namespace {
 http_response textReply(web::http::status_code status, std::string text) {
   http_response response(status);
   VeloraRestService::addResponseHeaders(response);
-  response.set_body(value::string(std::move(text)));
+  // The JSON text of a string value, written straight into the body rather
+  // than through a value made only to be printed.
+  std::string body;
+  body.reserve(text.size() + 2);
+  web::json::details::format_string(text, body);
+  response.set_body(std::move(body), "application/json");
   return response;
 }
 }  // namespace

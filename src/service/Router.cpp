@@ -1,4 +1,7 @@
+#include <algorithm>
+#include <cstdint>
 #include <iostream>
+#include <unordered_map>
 
 #include "playback/Presets.h"
 #include "service/VeloraRestService.h"
@@ -6,8 +9,6 @@
 using web::http::http_request;
 using web::http::status_codes;
 using web::json::value;
-
-namespace {}  // namespace
 
 // Every request is counted in until its reply is out, and every failure a
 // handler can raise ends here: a missing segment or a malformed number
@@ -24,13 +25,36 @@ void VeloraRestService::guarded(http_request& request, F&& work) {
 
 namespace {
 
-const VeloraRestService::GetRoute* findRoute(const RouteRequest& r) {
-  const std::string exact = path(r.segments, 0, false);
-  const std::string lower = path(r.segments, 0, true);
-  for (const auto& route : VeloraRestService::routeTable()) {
-    if ((route.lowerCase ? lower : exact) == route.segment) return &route;
+// The table's rows by the first segment they match: rows that ignore case
+// under the lower-cased segment, the others under the segment as it is.
+// When a segment matches one row of each kind, the earlier row wins, as in
+// a walk down the table.
+class RouteIndex {
+ public:
+  RouteIndex() {
+    const auto& table = VeloraRestService::routeTable();
+    for (size_t i = 0; i < table.size(); ++i) {
+      (table[i].lowerCase ? lower_ : exact_).emplace(table[i].segment, i);
+    }
   }
-  return nullptr;
+
+  const VeloraRestService::GetRoute* find(const RouteRequest& r) const {
+    size_t best = SIZE_MAX;
+    auto exact = exact_.find(path(r.segments, 0, false));
+    if (exact != exact_.end()) best = exact->second;
+    auto lower = lower_.find(path(r.segments, 0, true));
+    if (lower != lower_.end()) best = std::min(best, lower->second);
+    return best == SIZE_MAX ? nullptr : &VeloraRestService::routeTable()[best];
+  }
+
+ private:
+  std::unordered_map<std::string, size_t> exact_;
+  std::unordered_map<std::string, size_t> lower_;
+};
+
+const VeloraRestService::GetRoute* findRoute(const RouteRequest& r) {
+  static const RouteIndex index;
+  return index.find(r);
 }
 
 }  // namespace
