@@ -12,12 +12,16 @@
 #include <map>
 #include <memory>
 #include <mutex>
+#include <set>
+#include <string>
 #include <thread>
 #include <vector>
 
 #include <cpprest/details/http_server.h>
 #include <cpprest/details/http_server_api.h>
 #include <cpprest/http_listener.h>
+
+#include "util/Support.h"
 
 namespace web::http::experimental::details {
 // The library's own server; exported, though its header is private.
@@ -127,7 +131,7 @@ class RetainingServer : public http_server {
   // with the process, and stopping servers then could meet a worker pool
   // already torn down.
   ~RetainingServer() override {
-    for (auto& entry : live_) static_cast<void>(entry.second.release());
+    for (auto& entry : ports_) static_cast<void>(entry.second.server.release());
     for (auto& server : retired_) static_cast<void>(server.release());
     static_cast<void>(responder_.release());
   }
@@ -136,18 +140,27 @@ class RetainingServer : public http_server {
 
   pplx::task<void> stop() override { return pplx::task_from_result(); }
 
+  // Listeners on the same host and port share its server, as they would
+  // share the library's: each listener's path is its own there.
   pplx::task<void> register_listener(http_listener_impl* listener) override {
     if (listener->uri().host() == kAnchorHost) return pplx::task_from_result();
-    auto server = make_http_asio_server();
-    server->start().wait();
-    try {
-      server->register_listener(listener).wait();  // binds, or throws
-    } catch (...) {
-      server->stop().wait();  // nothing ever reached it
-      throw;
-    }
+    const std::string key = hostPort(listener->uri());
     std::lock_guard<std::mutex> lock(mutex_);
-    live_[listener] = std::move(server);
+    auto it = ports_.find(key);
+    if (it == ports_.end()) {
+      auto server = make_http_asio_server();
+      server->start().wait();
+      try {
+        server->register_listener(listener).wait();  // binds, or throws
+      } catch (...) {
+        server->stop().wait();  // nothing ever reached it
+        throw;
+      }
+      it = ports_.emplace(key, Port{std::move(server), {}}).first;
+    } else {
+      it->second.server->register_listener(listener).wait();
+    }
+    it->second.listeners.insert(listener);
     return pplx::task_from_result();
   }
 
@@ -155,13 +168,17 @@ class RetainingServer : public http_server {
     std::unique_ptr<http_server> server;
     {
       std::lock_guard<std::mutex> lock(mutex_);
-      auto it = live_.find(listener);
-      if (it == live_.end()) return pplx::task_from_result();
-      server = std::move(it->second);
-      live_.erase(it);
+      auto it = ports_.find(hostPort(listener->uri()));
+      if (it == ports_.end() || it->second.listeners.erase(listener) == 0) {
+        return pplx::task_from_result();
+      }
+      // From here on the server answers the listener's paths 404 and calls
+      // none of its handlers.
+      it->second.server->unregister_listener(listener).wait();
+      if (!it->second.listeners.empty()) return pplx::task_from_result();
+      server = std::move(it->second.server);
+      ports_.erase(it);
     }
-    // From here on the server answers 404 and calls no handler.
-    server->unregister_listener(listener).wait();
     const int port = listener->uri().port();
     const PortSockets sockets = socketsOnPort(port);
     if (sockets.listening >= 0) parkAcceptor(sockets.listening);
@@ -180,7 +197,15 @@ class RetainingServer : public http_server {
  private:
   std::mutex mutex_;
   std::unique_ptr<http_server> responder_;
-  std::map<http_listener_impl*, std::unique_ptr<http_server>> live_;
+  struct Port {
+    std::unique_ptr<http_server> server;
+    std::set<http_listener_impl*> listeners;
+  };
+  static std::string hostPort(const web::uri& uri) {
+    return utility::conversions::str_tolower(web::uri::decode(uri.host())) + ":" +
+           std::to_string(uri.port());
+  }
+  std::map<std::string, Port> ports_;
   // A closed server keeps its port listener (a few hundred bytes) and one
   // idle socket. It stays for the life of the process: a connection made
   // in the instant before the close may hold it as long as its client does.

@@ -4,6 +4,7 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <cpprest/http_listener.h>
 #include <gtest/gtest.h>
 
 #include "support/ServiceFixture.h"
@@ -152,6 +153,29 @@ TEST_F(LifecycleTest, ShutdownEndsKeptAliveConnections) {
   char byte;
   EXPECT_LE(::recv(fd, &byte, 1, 0), 0);
   ::close(fd);
+
+  startListening();
+  EXPECT_EQ(400, httpGet(sut.port(), "/x").status);
+}
+
+// A host may serve paths of its own on the service's port with listeners of
+// the same HTTP library: they share the port, and it closes with the last.
+TEST_F(LifecycleTest, HostListenersShareThePortAndItClosesWithTheLast) {
+  startListening();
+  const int port = sut.port();
+  web::uri_builder uri("http://0.0.0.0");
+  uri.set_port(port);
+  uri.set_path("/host");
+  web::http::experimental::listener::http_listener own(uri.to_uri());
+  own.support([](web::http::http_request r) { r.reply(200, "mine"); });
+  ASSERT_NO_THROW(own.open().wait());
+
+  EXPECT_EQ("mine", httpGet(port, "/host").body);
+  EXPECT_EQ(400, httpGet(port, "/x").status);
+  sut.service->shutdown();
+  EXPECT_EQ("mine", httpGet(port, "/host").body);
+  own.close().wait();
+  EXPECT_EQ(0, httpGet(port, "/host", 1000).status);
 
   startListening();
   EXPECT_EQ(400, httpGet(sut.port(), "/x").status);
