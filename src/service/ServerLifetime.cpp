@@ -123,18 +123,34 @@ void endConnections(int port) {
   }
 }
 
+// Everything the registry's server keeps. It lives in static storage and is
+// never destroyed, so that what is still queued for a closed server meets
+// live memory even while the process exits.
+struct Servers {
+  struct Port {
+    std::unique_ptr<http_server> server;
+    std::set<http_listener_impl*> listeners;
+  };
+  std::mutex mutex;
+  std::unique_ptr<http_server> responder = make_http_asio_server();
+  std::map<std::string, Port> ports;  // by host:port
+  // A closed server keeps its port listener (a few hundred bytes) and one
+  // idle socket. It stays for the life of the process: a connection made
+  // in the instant before the close may hold it as long as its client does.
+  std::vector<std::unique_ptr<http_server>> retired;
+};
+
+std::string hostPort(const web::uri& uri) {
+  return utility::conversions::str_tolower(web::uri::decode(uri.host())) + ":" +
+         std::to_string(uri.port());
+}
+
 class RetainingServer : public http_server {
  public:
-  RetainingServer() : responder_(make_http_asio_server()) {}
-
-  // Only the process's exit destroys the registry's server: the sockets go
-  // with the process, and stopping servers then could meet a worker pool
-  // already torn down.
-  ~RetainingServer() override {
-    for (auto& entry : ports_) static_cast<void>(entry.second.server.release());
-    for (auto& server : retired_) static_cast<void>(server.release());
-    static_cast<void>(responder_.release());
-  }
+  // The servers outlive this object: the registry destroys it only as the
+  // process exits, when the sockets go with the process and stopping
+  // servers could meet a worker pool already torn down.
+  explicit RetainingServer(Servers& servers) : servers_(servers) {}
 
   pplx::task<void> start() override { return pplx::task_from_result(); }
 
@@ -145,9 +161,9 @@ class RetainingServer : public http_server {
   pplx::task<void> register_listener(http_listener_impl* listener) override {
     if (listener->uri().host() == kAnchorHost) return pplx::task_from_result();
     const std::string key = hostPort(listener->uri());
-    std::lock_guard<std::mutex> lock(mutex_);
-    auto it = ports_.find(key);
-    if (it == ports_.end()) {
+    std::lock_guard<std::mutex> lock(servers_.mutex);
+    auto it = servers_.ports.find(key);
+    if (it == servers_.ports.end()) {
       auto server = make_http_asio_server();
       server->start().wait();
       try {
@@ -156,7 +172,7 @@ class RetainingServer : public http_server {
         server->stop().wait();  // nothing ever reached it
         throw;
       }
-      it = ports_.emplace(key, Port{std::move(server), {}}).first;
+      it = servers_.ports.emplace(key, Servers::Port{std::move(server), {}}).first;
     } else {
       it->second.server->register_listener(listener).wait();
     }
@@ -167,9 +183,9 @@ class RetainingServer : public http_server {
   pplx::task<void> unregister_listener(http_listener_impl* listener) override {
     std::unique_ptr<http_server> server;
     {
-      std::lock_guard<std::mutex> lock(mutex_);
-      auto it = ports_.find(hostPort(listener->uri()));
-      if (it == ports_.end() || it->second.listeners.erase(listener) == 0) {
+      std::lock_guard<std::mutex> lock(servers_.mutex);
+      auto it = servers_.ports.find(hostPort(listener->uri()));
+      if (it == servers_.ports.end() || it->second.listeners.erase(listener) == 0) {
         return pplx::task_from_result();
       }
       // From here on the server answers the listener's paths 404 and calls
@@ -177,50 +193,38 @@ class RetainingServer : public http_server {
       it->second.server->unregister_listener(listener).wait();
       if (!it->second.listeners.empty()) return pplx::task_from_result();
       server = std::move(it->second.server);
-      ports_.erase(it);
+      servers_.ports.erase(it);
     }
     const int port = listener->uri().port();
     const PortSockets sockets = socketsOnPort(port);
     if (sockets.listening >= 0) parkAcceptor(sockets.listening);
     endConnections(port);
-    std::lock_guard<std::mutex> lock(mutex_);
-    retired_.push_back(std::move(server));
+    std::lock_guard<std::mutex> lock(servers_.mutex);
+    servers_.retired.push_back(std::move(server));
     return pplx::task_from_result();
   }
 
   // Answering reads only the reply's own connection, so any of the
   // library's servers sends it, even one made for another listener.
   pplx::task<void> respond(web::http::http_response response) override {
-    return responder_->respond(std::move(response));
+    return servers_.responder->respond(std::move(response));
   }
 
  private:
-  std::mutex mutex_;
-  std::unique_ptr<http_server> responder_;
-  struct Port {
-    std::unique_ptr<http_server> server;
-    std::set<http_listener_impl*> listeners;
-  };
-  static std::string hostPort(const web::uri& uri) {
-    return utility::conversions::str_tolower(web::uri::decode(uri.host())) + ":" +
-           std::to_string(uri.port());
-  }
-  std::map<std::string, Port> ports_;
-  // A closed server keeps its port listener (a few hundred bytes) and one
-  // idle socket. It stays for the life of the process: a connection made
-  // in the instant before the close may hold it as long as its client does.
-  std::vector<std::unique_ptr<http_server>> retired_;
+  Servers& servers_;
 };
 
 bool install() {
+  static Servers* const servers = new Servers;
   try {
-    http_server_api::register_server_api(std::make_unique<RetainingServer>());
+    http_server_api::register_server_api(std::make_unique<RetainingServer>(*servers));
   } catch (const std::exception&) {
     return false;  // the host's listeners came first
   }
   // Never closed, never destroyed: it must outlive every other listener,
   // including those closed while the process exits.
-  auto* anchor = new http_listener(web::uri(std::string("http://") + kAnchorHost + "/"));
+  static http_listener* const anchor =
+      new http_listener(web::uri(std::string("http://") + kAnchorHost + "/"));
   anchor->open().wait();
   return true;
 }
