@@ -134,9 +134,9 @@ struct Servers {
   std::mutex mutex;
   std::unique_ptr<http_server> responder = make_http_asio_server();
   std::map<std::string, Port> ports;  // by host:port
-  // A closed server keeps its port listener (a few hundred bytes) and one
-  // idle socket. It stays for the life of the process: a connection made
-  // in the instant before the close may hold it as long as its client does.
+  // A closed server keeps its port listener, a few hundred bytes. It stays
+  // for the life of the process: work queued for it in the instant before
+  // the close may still run on it.
   std::vector<std::unique_ptr<http_server>> retired;
 };
 
@@ -199,6 +199,10 @@ class RetainingServer : public http_server {
     const PortSockets sockets = socketsOnPort(port);
     if (sockets.listening >= 0) parkAcceptor(sockets.listening);
     endConnections(port);
+    // With no connection left to race, the library's own stop only cancels
+    // the parked accept (freeing the socket it holds for the next client)
+    // and closes the idle socket.
+    server->stop().wait();
     std::lock_guard<std::mutex> lock(servers_.mutex);
     servers_.retired.push_back(std::move(server));
     return pplx::task_from_result();
