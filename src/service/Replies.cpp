@@ -16,39 +16,18 @@ void deleteARD(value& v) {
   }
 }
 
-namespace {
-// What http_headers::add does, without the string stream it prints every
-// value through: on a reply as small as a ping's, that printing was a tenth
-// of the service's work per request.
-void addHeader(web::http::http_headers& headers, const char* name, const char* value) {
-  auto& field = headers[name];
-  if (field.empty()) {
-    field = value;
-  } else {
-    field.append(", ").append(value);
-  }
-}
-
-void addCorsHeaders(web::http::http_headers& headers) {
-  addHeader(headers, "Access-Control-Allow-Origin", "*");
-  addHeader(headers, "Access-Control-Allow-Methods", "*");
-  addHeader(headers, "Access-Control-Allow-Headers", "Origin,Content-Type,Accept,X-Requested-With");
-}
-}  // namespace
-
 void VeloraRestService::addResponseHeaders(http_response& response) {
-  auto& headers = response.headers();
-  if (headers.empty()) {
-    // Copying a finished header map costs no name comparisons.
-    static const web::http::http_headers kCors = [] {
-      web::http::http_headers cors;
-      addCorsHeaders(cors);
-      return cors;
-    }();
-    headers = kCors;
-  } else {
-    addCorsHeaders(headers);
-  }
+  // Every reply is built fresh, so its headers start as a copy of a finished
+  // map: no name comparisons, and none of the string stream that
+  // http_headers::add prints each value through (a tenth of a ping's work).
+  static const web::http::http_headers kCors = [] {
+    web::http::http_headers cors;
+    cors["Access-Control-Allow-Origin"] = "*";
+    cors["Access-Control-Allow-Methods"] = "*";
+    cors["Access-Control-Allow-Headers"] = "Origin,Content-Type,Accept,X-Requested-With";
+    return cors;
+  }();
+  response.headers() = kCors;
 }
 
 void VeloraRestService::admit() {

@@ -59,6 +59,12 @@ int localPort(int fd) {
   return -1;
 }
 
+bool isListening(int fd) {
+  int listening = 0;
+  socklen_t size = sizeof listening;
+  return getsockopt(fd, SOL_SOCKET, SO_ACCEPTCONN, &listening, &size) == 0 && listening;
+}
+
 PortSockets socketsOnPort(int port) {
   PortSockets found;
   DIR* fds = opendir("/proc/self/fd");
@@ -67,10 +73,7 @@ PortSockets socketsOnPort(int port) {
     const int fd = std::atoi(entry->d_name);
     if (fd <= 2 || fd == dirfd(fds)) continue;
     if (localPort(fd) != port) continue;
-    int listening = 0;
-    socklen_t size = sizeof listening;
-    getsockopt(fd, SOL_SOCKET, SO_ACCEPTCONN, &listening, &size);
-    if (listening) {
+    if (isListening(fd)) {
       found.listening = fd;
     } else {
       found.connections.push_back(fd);
@@ -110,12 +113,7 @@ void endConnections(int port) {
       // copy that is checked to be one of the port's connections still.
       const int copy = fcntl(fd, F_DUPFD_CLOEXEC, 0);
       if (copy < 0) continue;
-      int listening = 0;
-      socklen_t size = sizeof listening;
-      if (localPort(copy) == port &&
-          getsockopt(copy, SOL_SOCKET, SO_ACCEPTCONN, &listening, &size) == 0 && !listening) {
-        ::shutdown(copy, SHUT_RDWR);
-      }
+      if (localPort(copy) == port && !isListening(copy)) ::shutdown(copy, SHUT_RDWR);
       close(copy);
     }
     quietRounds = sockets.connections.empty() ? quietRounds + 1 : 0;

@@ -14,8 +14,9 @@
 // a server of its own and closes it without any of that: the listening
 // socket is swapped for an idle one (the port is free at once, and the
 // library's pending accept just waits), the port's connections are shut
-// down so that their own handlers end them, and the stopped server is kept,
-// so that anything still queued for it meets live memory. A listener that
+// down so that their own handlers end them, the library's stop then has
+// nothing left to race, and the stopped server is kept, so that anything
+// still queued for it meets live memory. A listener that
 // never binds keeps the library's registry from emptying, so a reply always
 // finds a server. Returns false when the HTTP library was already serving
 // listeners of the host's own: those keep the library's default server.
