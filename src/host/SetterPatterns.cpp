@@ -13,11 +13,19 @@ void VeloraRestService::publishState(value StateDocuments::*document, const char
 
 void VeloraRestService::publishState(value StateDocuments::*document,
                                      std::vector<std::pair<const char*, value>> entries) {
+  // The "changes" feed keeps each value as text; printed before the lock, so
+  // a large list holds up no one.
+  std::vector<ChangeStore::Entry> texts;
+  texts.reserve(entries.size());
+  for (const auto& [key, v] : entries) texts.push_back({key, v.serialize()});
   std::lock_guard<std::mutex> lock(cache_.stateMutex);
   value& doc = cache_.docs.*document;
   if (!doc.is_object()) doc = value::object(true);
   for (auto& [key, v] : entries) doc[key] = std::move(v);
   feed_.raise();
+  // Under the same lock as the document, so both see racing setters in the
+  // same order.
+  changes_.record(StateDocuments::name(document), std::move(texts));
 }
 
 void VeloraRestService::storeSlot(value ResponseSlots::*slot, value v) {

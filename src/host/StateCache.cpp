@@ -9,6 +9,18 @@ namespace {
 void empty(value& v) { v = value::object(true); }
 }  // namespace
 
+const char* StateDocuments::name(value StateDocuments::*document) {
+  using D = StateDocuments;
+  static const std::pair<value D::*, const char*> kNames[] = {
+      {&D::settings, "settings"}, {&D::equalizer, "equalizer"},   {&D::irc, "irc"},
+      {&D::ac, "ac"},             {&D::ooyh, "ooyh"},             {&D::playback, "playback"},
+      {&D::library, "library"},   {&D::disconnect, "disconnect"}, {&D::updated, "updated"}};
+  for (const auto& [member, text] : kNames) {
+    if (member == document) return text;
+  }
+  return "";
+}
+
 void StateCache::resetLocked() {
   docs.forEach(empty);
   slots.forEach(empty);

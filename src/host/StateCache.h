@@ -21,6 +21,9 @@ struct StateDocuments {
   web::json::value disconnect;
   web::json::value updated;
 
+  // The document's key in replies ("settings", ...).
+  static const char* name(web::json::value StateDocuments::*document);
+
   template <typename F>
   void forEach(F&& f) {
     for (web::json::value* v :

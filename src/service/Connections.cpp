@@ -44,6 +44,12 @@ std::shared_ptr<ConnectionDataEx> VeloraRestService::getConnection(std::string t
   return nullptr;
 }
 
+bool VeloraRestService::isPaired(const std::string& token) {
+  std::lock_guard<std::mutex> lock(connectionMutex_);
+  auto connection = getConnection(token);
+  return connection && connection->authstatus && !connection->disconnected;
+}
+
 bool VeloraRestService::hasConnection(std::string token) {
   std::lock_guard<std::mutex> lock(connectionMutex_);
   return getConnection(std::move(token)) != nullptr;
@@ -106,6 +112,9 @@ void VeloraRestService::authenticate(int code, const char* product, Capabilities
       connection->capabilities = capabilities.value;
       version = connection->version;
       found = true;
+      // Approved again after a disconnect: the old note would end the new
+      // session of a client that resumes the feed from before it.
+      changes_.forgetDisconnect(connection->token);
     }
   }
   remoteListeners_.stable_fire(&IVeloraRemoteServiceListener::onRemoteAuthenticated, code, found,
@@ -124,6 +133,9 @@ void VeloraRestService::disconnect(int code, bool fromRemote) {
     auto connection = getConnection(code);
     if (!connection) return;
     wasApproved = connection->authstatus;
+    // disconnect(code) ends the same client once for every approved one;
+    // its feed needs to hear it once.
+    const bool news = !connection->disconnected;
     connection->disconnected = true;
     connection->authstatus = false;
     value note = value::object(
@@ -132,6 +144,7 @@ void VeloraRestService::disconnect(int code, bool fromRemote) {
             {"fromremote", value::boolean(fromRemote)}},
         true);
     std::lock_guard<std::mutex> stateLock(cache_.stateMutex);
+    if (news) changes_.recordDisconnect(connection->token, note.serialize());
     cache_.docs.disconnect = std::move(note);
     feed_.raise();
   }

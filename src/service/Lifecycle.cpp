@@ -70,6 +70,7 @@ VeloraRestService::~VeloraRestService() {
 void VeloraRestService::startListening() {
   std::lock_guard<std::mutex> guard(listenerMutex_);
   keepServersAfterClose();
+  changes_.newEpoch();
   for (port_ = mServicePort; port_ < mServicePort + kPortAttempts; ++port_) {
     const int port = port_;
     try {
@@ -107,6 +108,7 @@ void VeloraRestService::shutdown() {
   closing_ = true;
   Notify();
   feed_.releaseAll();
+  changes_.releaseAll();
   {
     std::unique_lock<std::mutex> lock(inflightMutex_);
     drained_.wait_for(lock, std::chrono::seconds(2), [this] { return inflight_ == 0; });

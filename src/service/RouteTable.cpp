@@ -15,6 +15,7 @@ const std::vector<VeloraRestService::GetRoute>& VeloraRestService::routeTable() 
       {"library", false, &S::routeLibrary, false},
       {"settings", false, &S::routeSettings, false},
       {"status", false, &S::routeStatus, true},
+      {"changes", false, &S::routeChanges, true},
       {"playerping", true, &S::handlePlayerPing, false},
       {"playerheartbeat", true, &S::handlePlayerHeartbeat, false},
       {"playerplay", true, &S::routePlayerPlay, false},

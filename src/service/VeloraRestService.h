@@ -13,6 +13,7 @@
 
 #include "discovery/ServiceNotifier.h"
 #include "host/ChangeFeed.h"
+#include "host/ChangeStore.h"
 #include "host/Observable.h"
 #include "host/StateCache.h"
 #include "service/Outcome.h"
@@ -201,6 +202,7 @@ class VeloraRestService : public IVeloraRemoteCoordinator,
   bool changeFlag() const { return feed_.raised(); }
   StateCache& cache() { return cache_; }
   ChangeFeed& changeFeed() { return feed_; }
+  ChangeStore& changeStore() { return changes_; }
 
   // Library encoders: items become JSON at once; `withArtwork` adds (and
   // passes down to nested lists) the picture of each item.
@@ -227,6 +229,8 @@ class VeloraRestService : public IVeloraRemoteCoordinator,
   std::shared_ptr<ConnectionDataEx> getConnection(int code);
   std::shared_ptr<ConnectionDataEx> getConnection(std::string token);
   bool hasConnection(std::string token);
+  // Approved by the host and not disconnected since.
+  bool isPaired(const std::string& token);
   // Ends a client's session; `fromRemote` tells the client which side ended it.
   void disconnect(int code, bool fromRemote);
 
@@ -296,6 +300,8 @@ class VeloraRestService : public IVeloraRemoteCoordinator,
   void routePlayback(RouteRequest& r);
   void routeSettings(RouteRequest& r);
   void routeStatus(RouteRequest& r);
+  void routeChanges(RouteRequest& r);
+  void sendChanges(web::http::http_request& request, std::string body);
   void routePlayerPause(RouteRequest& r);
   void routePlayerPlay(RouteRequest& r);
   void routeNothing(RouteRequest& r);
@@ -446,6 +452,8 @@ class VeloraRestService : public IVeloraRemoteCoordinator,
 
   StateCache cache_;
   ChangeFeed feed_;
+  // Every change with its sequence number, for the "changes" route.
+  ChangeStore changes_;
   // Requests taken in and not yet fully answered (parked polls included). The
   // listener is closed only once they are out: the HTTP library cannot close
   // under a reply still being written.

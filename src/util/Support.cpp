@@ -148,3 +148,20 @@ std::string compressString(std::string const& s) {
   out.resize(outLength);
   return out;
 }
+
+std::string gzipString(std::string const& s) {
+  z_stream z{};
+  // 15 window bits, plus 16 for the gzip header and trailer.
+  if (deflateInit2(&z, Z_DEFAULT_COMPRESSION, Z_DEFLATED, 15 + 16, 8, Z_DEFAULT_STRATEGY) != Z_OK) {
+    return {};
+  }
+  std::string out(deflateBound(&z, static_cast<uLong>(s.size())) + 32, '\0');
+  z.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(s.data()));
+  z.avail_in = static_cast<uInt>(s.size());
+  z.next_out = reinterpret_cast<Bytef*>(&out[0]);
+  z.avail_out = static_cast<uInt>(out.size());
+  const int rc = deflate(&z, Z_FINISH);
+  out.resize(z.total_out);
+  deflateEnd(&z);
+  return rc == Z_STREAM_END ? out : std::string();
+}

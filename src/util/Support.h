@@ -59,3 +59,5 @@ std::string path(std::vector<std::string> const& segments, int index, bool lower
 
 // zlib-compresses s up to its first NUL byte. Returns s unchanged if compression fails.
 std::string compressString(std::string const& s);
+// The gzip stream of s (for HTTP's Content-Encoding: gzip), at the default level.
+std::string gzipString(std::string const& s);

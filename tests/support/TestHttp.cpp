@@ -58,7 +58,7 @@ std::string HttpReply::header(const std::string& name) const {
 }
 
 HttpReply httpRequest(int port, const std::string& method, const std::string& target,
-                      const std::string& body, int timeoutMs) {
+                      const std::string& body, int timeoutMs, const std::string& headers) {
   HttpReply reply;
   const int fd = ::socket(AF_INET, SOCK_STREAM, 0);
   if (fd < 0) return reply;
@@ -72,7 +72,7 @@ HttpReply httpRequest(int port, const std::string& method, const std::string& ta
   }
   std::string request = method + " " + target +
                         " HTTP/1.1\r\nHost: 127.0.0.1:" + std::to_string(port) +
-                        "\r\nConnection: close\r\n";
+                        "\r\nConnection: close\r\n" + headers;
   if (!body.empty() || method == "POST" || method == "PUT") {
     request +=
         "Content-Type: application/json\r\nContent-Length: " + std::to_string(body.size()) + "\r\n";

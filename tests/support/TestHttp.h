@@ -21,8 +21,10 @@ struct HttpReply {
 
 // One request over a fresh loopback connection. `target` goes on the request
 // line exactly as given, so tests can send paths a browser never would.
+// `headers` are extra header lines, each ending in "\r\n".
 HttpReply httpRequest(int port, const std::string& method, const std::string& target,
-                      const std::string& body = "", int timeoutMs = 5000);
+                      const std::string& body = "", int timeoutMs = 5000,
+                      const std::string& headers = "");
 inline HttpReply httpGet(int port, const std::string& target, int timeoutMs = 5000) {
   return httpRequest(port, "GET", target, "", timeoutMs);
 }

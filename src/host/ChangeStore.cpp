@@ -1,0 +1,294 @@
+#include "host/ChangeStore.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include <cpprest/json.h>
+
+#include "util/Support.h"
+
+namespace {
+
+// Library keys that answer one client's request, and whole documents that
+// are notices: each occurrence matters, not just the latest.
+bool isEvent(const char* document, const std::string& key) {
+  if (std::strcmp(document, "updated") == 0 || std::strcmp(document, "disconnect") == 0) {
+    return true;
+  }
+  if (std::strcmp(document, "library") != 0) return false;
+  static const char* const kAnswers[] = {"track",    "album",  "artist", "genre",
+                                         "playlist", "search", "artwork"};
+  return std::any_of(std::begin(kAnswers), std::end(kAnswers),
+                     [&](const char* k) { return key == k; });
+}
+
+// The documents in the order replies list them.
+const char* const kDocuments[] = {"settings", "equalizer", "irc",    "ac",
+                                  "ooyh",     "playback",  "library"};
+
+}  // namespace
+
+ChangeStore::ChangeStore() : epoch_(newUUID()) {
+  for (const char* name : kDocuments) documents_.push_back(Document{name, {}});
+  thread_ = std::thread([this] { run(); });
+}
+
+ChangeStore::~ChangeStore() {
+  {
+    std::lock_guard<std::mutex> lock(mutex_);
+    stopping_ = true;
+  }
+  wakeup_.notify_all();
+  thread_.join();
+}
+
+void ChangeStore::record(const char* document, std::vector<Entry> entries) {
+  bool changed = false;
+  {
+    std::lock_guard<std::mutex> lock(mutex_);
+    Document* doc = nullptr;
+    for (auto& d : documents_) {
+      if (std::strcmp(d.name, document) == 0) doc = &d;
+    }
+    for (auto& entry : entries) {
+      if (isEvent(document, entry.key) || doc == nullptr) {
+        std::string json = "{";
+        web::json::details::format_string(entry.key, json);
+        json += ':';
+        json += entry.json;
+        json += '}';
+        pushEvent(
+            Event{++seq_, document, std::make_shared<const std::string>(std::move(json)), {}});
+        changed = true;
+        continue;
+      }
+      auto it = std::find_if(doc->keys.begin(), doc->keys.end(),
+                             [&](const auto& k) { return k.first == entry.key; });
+      if (it == doc->keys.end()) {
+        doc->keys.emplace_back(entry.key, Value{0, nullptr});
+        it = doc->keys.end() - 1;
+      } else if (*it->second.json == entry.json) {
+        continue;  // the host repeated itself
+      }
+      it->second = Value{++seq_, std::make_shared<const std::string>(std::move(entry.json))};
+      changed = true;
+    }
+    if (changed) wakeFor("");
+  }
+  if (changed) wakeup_.notify_all();
+}
+
+void ChangeStore::recordDisconnect(const std::string& token, std::string json) {
+  {
+    std::lock_guard<std::mutex> lock(mutex_);
+    pushEvent(
+        Event{++seq_, "disconnect", std::make_shared<const std::string>(std::move(json)), token});
+    wakeFor(token);
+  }
+  wakeup_.notify_all();
+}
+
+void ChangeStore::forgetDisconnect(const std::string& token) {
+  std::lock_guard<std::mutex> lock(mutex_);
+  // Only unread notes go; the ring's bookkeeping of dropped events is kept,
+  // so this never makes a stale cursor look current.
+  for (auto it = events_.begin(); it != events_.end();) {
+    if (!it->token.empty() && it->token == token) {
+      eventBytes_ -= it->json->size();
+      it = events_.erase(it);
+    } else {
+      ++it;
+    }
+  }
+}
+
+void ChangeStore::pushEvent(Event event) {
+  eventBytes_ += event.json->size();
+  events_.push_back(std::move(event));
+  while (events_.size() > kEventLimit || (eventBytes_ > kEventBytes && events_.size() > 1)) {
+    droppedUpTo_ = events_.front().seq;
+    eventBytes_ -= events_.front().json->size();
+    events_.pop_front();
+  }
+}
+
+void ChangeStore::newEpoch() {
+  std::lock_guard<std::mutex> lock(mutex_);
+  epoch_ = newUUID();
+  // Events of the old epoch are no use to anyone: its clients start over.
+  events_.clear();
+  eventBytes_ = 0;
+  droppedUpTo_ = 0;
+}
+
+std::string ChangeStore::epoch() const {
+  std::lock_guard<std::mutex> lock(mutex_);
+  return epoch_;
+}
+
+uint64_t ChangeStore::seq() const {
+  std::lock_guard<std::mutex> lock(mutex_);
+  return seq_;
+}
+
+bool ChangeStore::needsFull(const Cursor& c) const {
+  // A cursor from the future was not made by this store: start over.
+  return c.since == 0 || c.epoch != epoch_ || c.since < droppedUpTo_ || c.since > seq_;
+}
+
+bool ChangeStore::newFor(const Cursor& c) const {
+  if (needsFull(c)) return true;
+  if (c.since == seq_) return false;
+  for (const auto& doc : documents_) {
+    for (const auto& key : doc.keys) {
+      if (key.second.seq > c.since) return true;
+    }
+  }
+  for (auto it = events_.rbegin(); it != events_.rend() && it->seq > c.since; ++it) {
+    if (it->token.empty() || it->token == c.token) return true;
+  }
+  return false;
+}
+
+std::string ChangeStore::collect(const Cursor& c, bool force) const {
+  // Under the lock only the texts are picked (shared, never copied); the
+  // reply is put together after, so a large state never holds up a setter.
+  struct Pick {
+    const char* document;
+    std::string key;  // empty for an event
+    uint64_t seq;
+    Text json;
+  };
+  std::vector<Pick> picks;
+  std::string epoch;
+  uint64_t seq;
+  bool full;
+  {
+    std::lock_guard<std::mutex> lock(mutex_);
+    if (!force && !newFor(c)) return {};
+    full = needsFull(c);
+    epoch = epoch_;
+    seq = seq_;
+    for (const auto& doc : documents_) {
+      for (const auto& [key, v] : doc.keys) {
+        if (full || v.seq > c.since) {
+          picks.push_back(Pick{doc.name, key, 0, v.json});
+        }
+      }
+    }
+    if (!full) {
+      for (const auto& e : events_) {
+        if (e.seq > c.since && (e.token.empty() || e.token == c.token)) {
+          picks.push_back(Pick{e.document, {}, e.seq, e.json});
+        }
+      }
+    }
+  }
+
+  size_t size = 128 + epoch.size();
+  for (const auto& p : picks) size += p.json->size() + 64;
+  std::string out;
+  out.reserve(size);
+  out += "{\"epoch\":";
+  web::json::details::format_string(epoch, out);
+  out += ",\"seq\":" + std::to_string(seq) + ",\"full\":" + (full ? "true" : "false");
+  out += ",\"changes\":{";
+  const char* open = nullptr;
+  for (const auto& p : picks) {
+    if (p.key.empty()) continue;
+    if (open != p.document) {
+      if (open != nullptr) out += "},";
+      open = p.document;
+      out += '"';
+      out += p.document;
+      out += "\":{";
+    } else {
+      out += ',';
+    }
+    web::json::details::format_string(p.key, out);
+    out += ':';
+    out += *p.json;
+  }
+  if (open != nullptr) out += '}';
+  out += "},\"events\":[";
+  bool first = true;
+  for (const auto& p : picks) {
+    if (!p.key.empty()) continue;
+    if (!first) out += ',';
+    first = false;
+    out += "{\"seq\":" + std::to_string(p.seq) + ",\"document\":\"" + p.document + "\",\"value\":";
+    out += *p.json;
+    out += '}';
+  }
+  out += "]}";
+  return out;
+}
+
+void ChangeStore::park(const Cursor& c, Clock::time_point deadline, std::function<void()> wake) {
+  {
+    std::lock_guard<std::mutex> lock(mutex_);
+    if (stopping_) return;
+    if (newFor(c)) {
+      ready_.push_back(std::move(wake));
+    } else {
+      waiters_.emplace(nextWaiter_++, Waiter{c.token, c.since, deadline, std::move(wake)});
+    }
+  }
+  wakeup_.notify_all();
+}
+
+void ChangeStore::wakeFor(const std::string& token) {
+  for (auto it = waiters_.begin(); it != waiters_.end();) {
+    if (token.empty() || it->second.token == token) {
+      ready_.push_back(std::move(it->second.wake));
+      it = waiters_.erase(it);
+    } else {
+      ++it;
+    }
+  }
+}
+
+void ChangeStore::releaseAll() {
+  {
+    std::lock_guard<std::mutex> lock(mutex_);
+    wakeFor("");
+  }
+  wakeup_.notify_all();
+}
+
+size_t ChangeStore::parked() const {
+  std::lock_guard<std::mutex> lock(mutex_);
+  return waiters_.size();
+}
+
+void ChangeStore::run() {
+  std::unique_lock<std::mutex> lock(mutex_);
+  while (!stopping_) {
+    const auto now = Clock::now();
+    auto next = Clock::time_point::max();
+    for (auto it = waiters_.begin(); it != waiters_.end();) {
+      if (it->second.deadline <= now) {
+        ready_.push_back(std::move(it->second.wake));
+        it = waiters_.erase(it);
+      } else {
+        next = std::min(next, it->second.deadline);
+        ++it;
+      }
+    }
+    if (!ready_.empty()) {
+      auto batch = std::move(ready_);
+      ready_.clear();
+      lock.unlock();
+      for (auto& wake : batch) wake();
+      lock.lock();
+      continue;
+    }
+    if (next == Clock::time_point::max()) {
+      wakeup_.wait(lock);
+    } else {
+      wakeup_.wait_until(lock, next);
+    }
+  }
+  // Callbacks of clients still waiting belong to a service that is going
+  // away; they are dropped, not called.
+}
