@@ -121,6 +121,7 @@ class RawClient {
     return status;
   }
   const std::string& body() const { return body_; }
+  int fd() const { return fd_; }
 
  private:
   void fill() {

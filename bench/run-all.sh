@@ -41,7 +41,8 @@ if [ ${#missing[@]} -gt 0 ]; then
 fi
 export PATH=$PATH:/usr/sbin
 
-targets=(velora-host velora_bench_encode velora_bench_feed_latency velora_bench_bare_listener)
+targets=(velora-host velora_bench_encode velora_bench_feed_latency velora_bench_changes_feed
+  velora_bench_bare_listener)
 [ -f bench/sha1_bench.cpp ] && targets+=(velora_bench_sha1)
 echo "building ${targets[*]} in $build"
 cmake -S . -B "$build" -DCMAKE_BUILD_TYPE=Release -DVELORA_BUILD_BENCH=ON \
@@ -74,9 +75,11 @@ if [ "$quick" = 1 ]; then
   export DURATION=2
   encode_args=(--quick)
   changes=200
+  round=1
 else
   encode_args=()
   changes=1000
+  round=3
 fi
 
 if [ -x "$build/bench/velora_bench_sha1" ]; then
@@ -86,6 +89,7 @@ else
   printf 'RESULT\tsha1\tskipped: velora_bench_sha1 not built\t-\t-\t-\t-\n' >>"$rows"
 fi
 run "change feed" "$build/bench/velora_bench_feed_latency" "$changes"
+run "changes feed" "$build/bench/velora_bench_changes_feed" "$changes" "$round"
 run "library scale" "$build/bench/velora_bench_encode" "${encode_args[@]}"
 run "http overhead and static page" bash bench/http_bench.sh "$build"
 run "long-poll fan-out" bash bench/load_status.sh "$build"
