@@ -175,6 +175,12 @@ TEST_F(ChangesFeedTest, EventsAreKeptApartAndAnOldCursorStartsOver) {
   c.poll(0);
   EXPECT_EQ(2, c.fullReplies);
   EXPECT_GT(c.seq, old + ChangeStore::kEventLimit);
+
+  // Large answers are bounded by their size too: a third of the room each.
+  const std::string big = "\"" + std::string(ChangeStore::kEventBytes / 3, 'x') + "\"";
+  for (int i = 0; i < 3; ++i) s.changeStore().record("library", {{"search", big}});
+  c.poll(0);
+  EXPECT_EQ(3, c.fullReplies);
 }
 
 TEST_F(ChangesFeedTest, DisconnectReachesOnlyItsClientWhichIsThenRefused) {
