@@ -30,62 +30,46 @@ const char* const kDocuments[] = {"settings", "equalizer", "irc",    "ac",
 
 ChangeStore::ChangeStore() : epoch_(newUUID()) {
   for (const char* name : kDocuments) documents_.push_back(Document{name, {}});
-  thread_ = std::thread([this] { run(); });
-}
-
-ChangeStore::~ChangeStore() {
-  {
-    std::lock_guard<std::mutex> lock(mutex_);
-    stopping_ = true;
-  }
-  wakeup_.notify_all();
-  thread_.join();
 }
 
 void ChangeStore::record(const char* document, std::vector<Entry> entries) {
+  std::lock_guard<std::mutex> lock(mutex_);
   bool changed = false;
-  {
-    std::lock_guard<std::mutex> lock(mutex_);
-    Document* doc = nullptr;
-    for (auto& d : documents_) {
-      if (std::strcmp(d.name, document) == 0) doc = &d;
-    }
-    for (auto& entry : entries) {
-      if (isEvent(document, entry.key) || doc == nullptr) {
-        std::string json = "{";
-        web::json::details::format_string(entry.key, json);
-        json += ':';
-        json += entry.json;
-        json += '}';
-        pushEvent(
-            Event{++seq_, document, std::make_shared<const std::string>(std::move(json)), {}});
-        changed = true;
-        continue;
-      }
-      auto it = std::find_if(doc->keys.begin(), doc->keys.end(),
-                             [&](const auto& k) { return k.first == entry.key; });
-      if (it == doc->keys.end()) {
-        doc->keys.emplace_back(entry.key, Value{0, nullptr});
-        it = doc->keys.end() - 1;
-      } else if (*it->second.json == entry.json) {
-        continue;  // the host repeated itself
-      }
-      it->second = Value{++seq_, std::make_shared<const std::string>(std::move(entry.json))};
-      changed = true;
-    }
-    if (changed) wakeFor("");
+  Document* doc = nullptr;
+  for (auto& d : documents_) {
+    if (std::strcmp(d.name, document) == 0) doc = &d;
   }
-  if (changed) wakeup_.notify_all();
+  for (auto& entry : entries) {
+    if (isEvent(document, entry.key) || doc == nullptr) {
+      std::string json = "{";
+      web::json::details::format_string(entry.key, json);
+      json += ':';
+      json += entry.json;
+      json += '}';
+      pushEvent(Event{++seq_, document, std::make_shared<const std::string>(std::move(json)), {}});
+      changed = true;
+      continue;
+    }
+    auto it = std::find_if(doc->keys.begin(), doc->keys.end(),
+                           [&](const auto& k) { return k.first == entry.key; });
+    if (it == doc->keys.end()) {
+      doc->keys.emplace_back(entry.key, Value{0, nullptr});
+      it = doc->keys.end() - 1;
+    } else if (*it->second.json == entry.json) {
+      continue;  // the host repeated itself
+    }
+    it->second = Value{++seq_, std::make_shared<const std::string>(std::move(entry.json))};
+    changed = true;
+  }
+  if (changed) lot_.wakeKey({});
 }
 
 void ChangeStore::recordDisconnect(const std::string& token, std::string json) {
-  {
-    std::lock_guard<std::mutex> lock(mutex_);
-    pushEvent(
-        Event{++seq_, "disconnect", std::make_shared<const std::string>(std::move(json)), token});
-    wakeFor(token);
-  }
-  wakeup_.notify_all();
+  std::lock_guard<std::mutex> lock(mutex_);
+  pushEvent(
+      Event{++seq_, "disconnect", std::make_shared<const std::string>(std::move(json)), token});
+  // Only that client may see it; an empty key would wake everyone.
+  if (!token.empty()) lot_.wakeKey(token);
 }
 
 void ChangeStore::forgetDisconnect(const std::string& token) {
@@ -225,70 +209,17 @@ std::string ChangeStore::collect(const Cursor& c, bool force) const {
 }
 
 void ChangeStore::park(const Cursor& c, Clock::time_point deadline, std::function<void()> wake) {
-  {
-    std::lock_guard<std::mutex> lock(mutex_);
-    if (stopping_) return;
-    if (newFor(c)) {
-      ready_.push_back(std::move(wake));
-    } else {
-      waiters_.emplace(nextWaiter_++, Waiter{c.token, c.since, deadline, std::move(wake)});
-    }
-  }
-  wakeup_.notify_all();
-}
-
-void ChangeStore::wakeFor(const std::string& token) {
-  for (auto it = waiters_.begin(); it != waiters_.end();) {
-    if (token.empty() || it->second.token == token) {
-      ready_.push_back(std::move(it->second.wake));
-      it = waiters_.erase(it);
-    } else {
-      ++it;
-    }
-  }
-}
-
-void ChangeStore::releaseAll() {
-  {
-    std::lock_guard<std::mutex> lock(mutex_);
-    wakeFor("");
-  }
-  wakeup_.notify_all();
-}
-
-size_t ChangeStore::parked() const {
+  // Decided and parked under the store's lock, so a change recorded in
+  // between either is seen here or wakes the parked client.
   std::lock_guard<std::mutex> lock(mutex_);
-  return waiters_.size();
+  auto call = [wake = std::move(wake)](bool) { wake(); };
+  if (newFor(c)) {
+    lot_.wakeNow(std::move(call), true);
+  } else {
+    lot_.park(c.token, deadline, std::move(call));
+  }
 }
 
-void ChangeStore::run() {
-  std::unique_lock<std::mutex> lock(mutex_);
-  while (!stopping_) {
-    const auto now = Clock::now();
-    auto next = Clock::time_point::max();
-    for (auto it = waiters_.begin(); it != waiters_.end();) {
-      if (it->second.deadline <= now) {
-        ready_.push_back(std::move(it->second.wake));
-        it = waiters_.erase(it);
-      } else {
-        next = std::min(next, it->second.deadline);
-        ++it;
-      }
-    }
-    if (!ready_.empty()) {
-      auto batch = std::move(ready_);
-      ready_.clear();
-      lock.unlock();
-      for (auto& wake : batch) wake();
-      lock.lock();
-      continue;
-    }
-    if (next == Clock::time_point::max()) {
-      wakeup_.wait(lock);
-    } else {
-      wakeup_.wait_until(lock, next);
-    }
-  }
-  // Callbacks of clients still waiting belong to a service that is going
-  // away; they are dropped, not called.
-}
+void ChangeStore::releaseAll() { lot_.releaseAll(); }
+
+size_t ChangeStore::parked() const { return lot_.size(); }

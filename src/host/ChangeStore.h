@@ -1,16 +1,14 @@
 #pragma once
 
-#include <chrono>
-#include <condition_variable>
 #include <cstdint>
 #include <deque>
 #include <functional>
-#include <map>
 #include <memory>
 #include <mutex>
 #include <string>
-#include <thread>
 #include <vector>
+
+#include "host/ParkingLot.h"
 
 // The latest value of every state key, each with the sequence number of its
 // last change, and a ring of recent events: what a "changes" client needs to
@@ -25,13 +23,11 @@
 // read them (one client's album beside another's) and notices; they stay in
 // the ring, with a client token when only that client may see them.
 //
-// Waiting clients are callbacks, not blocked threads: a change wakes every
-// waiter that may see it, a deadline wakes it with nothing. Callbacks run on
-// the store's own thread, never on the thread of the setter that recorded
-// the change, and never with the store's lock held.
+// Waiting clients park in a ParkingLot: a change wakes every waiter that may
+// see it, a deadline wakes it with nothing.
 class ChangeStore {
  public:
-  using Clock = std::chrono::steady_clock;
+  using Clock = ParkingLot::Clock;
   using Text = std::shared_ptr<const std::string>;
 
   struct Entry {
@@ -51,7 +47,6 @@ class ChangeStore {
   static constexpr size_t kEventBytes = 16u << 20;
 
   ChangeStore();
-  ~ChangeStore();
   ChangeStore(const ChangeStore&) = delete;
   ChangeStore& operator=(const ChangeStore&) = delete;
 
@@ -96,21 +91,12 @@ class ChangeStore {
     Text json;          // {"key": value}
     std::string token;  // empty: every client
   };
-  struct Waiter {
-    std::string token;
-    uint64_t since;
-    Clock::time_point deadline;
-    std::function<void()> wake;
-  };
 
   bool newFor(const Cursor& cursor) const;  // lock held
   bool needsFull(const Cursor& cursor) const;
   void pushEvent(Event event);
-  void wakeFor(const std::string& token);  // lock held; "" wakes all
-  void run();
 
   mutable std::mutex mutex_;
-  std::condition_variable wakeup_;
   std::string epoch_;
   // 0 asks for everything, so even the state before any change has a
   // number a client can resume from.
@@ -119,9 +105,6 @@ class ChangeStore {
   std::deque<Event> events_;
   size_t eventBytes_ = 0;
   uint64_t droppedUpTo_ = 0;  // the newest event no longer in the ring
-  uint64_t nextWaiter_ = 0;
-  std::map<uint64_t, Waiter> waiters_;
-  std::vector<std::function<void()>> ready_;
-  bool stopping_ = false;
-  std::thread thread_;
+  // Last, so that it goes first: parked callbacks refer to their service.
+  ParkingLot lot_;
 };
