@@ -123,7 +123,6 @@ function drawMini() {
   update();
   store.on("playback", update);
   store.on("track", update);
-  store.on("queue", update);
   store.on("albums", () => {
     shown = null;
     update();
@@ -157,24 +156,31 @@ function showShell() {
 
 let pairingRun = null;
 
-// Pairs (again): shows the pairing screen only if the player does not approve
-// at its first answer, so a known remote comes straight back.
-async function ensurePaired() {
-  if (pairingRun) return pairingRun;
-  pairingRun = (async () => {
-    await api.pair({ onWaiting: showPairing });
-    pairingRun = null;
-  })();
+// Pairs (again), then shows the screens and asks the player to push
+// everything they show; that comes through the feed, which need not wait for
+// it. The pairing screen appears only if the player does not approve at its
+// first answer, so a known remote comes straight back. Whoever asks while a
+// pairing runs waits for that one.
+function ensurePaired() {
+  if (!pairingRun) {
+    pairingRun = (async () => {
+      try {
+        await api.pair({ onWaiting: showPairing });
+        showShell();
+        cmd.refreshAll();
+      } finally {
+        pairingRun = null;
+      }
+    })();
+  }
   return pairingRun;
 }
 
-async function restartPairing(fresh) {
+function restartPairing(fresh) {
   if (fresh) api.newSession();
   const me = api.currentSession();
   showPairing({ code: me.code, name: me.name, reachable: true });
-  await ensurePaired();
-  await cmd.refreshAll();
-  showShell();
+  return ensurePaired();
 }
 
 const app = {
@@ -195,33 +201,11 @@ async function start() {
   window.addEventListener("hashchange", route);
 
   await ensurePaired();
-  api.startStatusPoll({
-    // The player may have restarted and forgotten this remote: pair again,
-    // then ask for everything, and redraw the screen with fresh data.
-    onReturn: async () => {
-      await ensurePaired();
-      showShell();
-      await cmd.refreshAll();
-    },
-  });
-  showShell();
-  await cmd.refreshAll();
+  // The player may have restarted and forgotten this remote, or let it go:
+  // pair again and redraw the screen. The feed itself starts over from the
+  // player's whole state.
+  api.startChangeFeed({ onReturn: ensurePaired, onUnpaired: ensurePaired });
   api.ensureAlbumCovers();
-  watchPosition();
-}
-
-// Each change reaches only one of the remotes that poll at that moment, so
-// with a second remote open this page may miss position updates. While the
-// player plays and nothing came for a while, ask it directly: the answer
-// comes in the reply.
-function watchPosition() {
-  setInterval(() => {
-    const p = store.get("playback", {});
-    const lost = (store.get("connection") || {}).state === "reconnecting";
-    if (paired && !lost && Number(p.state) === cmd.PLAYING && Date.now() - (p.receivedAt || 0) > 1800) {
-      api.playbackQuery("getplayerstate").catch(() => {});
-    }
-  }, 1000);
 }
 
 start();

@@ -1,6 +1,6 @@
 // Everything the page says to the player goes through here: plain GET
 // requests (and one POST) against the player's own address, the pairing
-// handshake, and the "status" long poll that brings every change the player
+// handshake, and the "changes" feed that brings every change the player
 // pushes. What arrives is written into the store; screens never see HTTP.
 import * as store from "./store.js";
 import { learn } from "./artwork.js";
@@ -89,7 +89,7 @@ export async function request(path, params = {}, { withToken = true, timeout = 1
   return { status: response.status, data };
 }
 
-// Fire and forget, for commands whose effect comes back through "status".
+// Fire and forget, for commands whose effect comes back through the feed.
 export function send(path, params = {}) {
   return request(path, params).catch((err) => {
     console.warn(`${path} failed`, err);
@@ -148,63 +148,43 @@ const playbackKeys = {
   playbackmode: "mode",
 };
 
-// Library document keys and the store keys that hold them. "tracks" is the
-// player's queue; "track" its current track.
-const libraryKeys = {
-  track: "track",
+// Library keys and the store keys that hold them. The lists are state: the
+// feed keeps each at its latest value, and "tracks" is the player's queue.
+const libraryLists = {
   tracks: "queue",
   playnext: "playnext",
   albums: "albums",
   artists: "artists",
   genres: "genres",
-  genre: "genre",
   playlists: "playlists",
-  playlist: "playlist",
   moods: "moods",
+};
+
+// Answers to some client's request, this page's or another remote's: screens
+// match the id they asked for. "track" is not among them: see rememberTrack.
+const libraryAnswers = {
   album: "album",
   artist: "artist",
+  genre: "genre",
+  playlist: "playlist",
   search: "search",
   artwork: "artwork",
 };
 
-const appliers = {
-  playback(doc) {
-    const change = {};
-    if (doc.playbackstate && typeof doc.playbackstate === "object") {
-      Object.assign(change, doc.playbackstate, { receivedAt: Date.now() });
-    }
-    for (const [key, name] of Object.entries(playbackKeys)) {
-      if (key in doc) change[name] = doc[key];
-    }
-    store.patch("playback", change);
-  },
-  library(doc) {
-    for (const [key, name] of Object.entries(libraryKeys)) {
-      if (!(key in doc)) continue;
-      // A view usually arrives twice, in the reply and through the status
-      // poll; the second copy would only redraw the same screen.
-      if (sameJson(store.get(name), doc[key])) continue;
-      const kind = key === "albums" || key === "album" ? "album" : key;
-      learn(doc[key], kind);
-      store.set(name, doc[key]);
-    }
-  },
-  settings(doc) {
-    store.patch("settings", doc);
-  },
-  disconnect(doc) {
-    if (session && doc.token && doc.token === session.token) {
-      session.token = null;
-      saveSession();
-      store.set("disconnected", { fromRemote: doc.fromremote === true });
-    }
-  },
-  updated(doc) {
-    if (doc.all) store.set("updated", Date.now());
-  },
-};
-for (const stage of ["equalizer", "irc", "ac", "ooyh"]) {
-  appliers[stage] = (doc) => store.patch(stage, doc);
+const isObject = (value) => value !== null && typeof value === "object" && !Array.isArray(value);
+
+// A document of the feed merges into what the store holds, or replaces it
+// when `fresh` (a whole state).
+function merge(key, doc, fresh) {
+  store.set(key, { ...(fresh ? {} : store.get(key) || {}), ...doc });
+}
+
+// A view usually arrives twice: in the reply to the request that asked for
+// it and through the feed. The second copy would only redraw the same screen.
+function setView(name, value, kind) {
+  if (sameJson(store.get(name), value)) return;
+  learn(value, kind);
+  store.set(name, value);
 }
 
 function sameJson(a, b) {
@@ -212,24 +192,134 @@ function sameJson(a, b) {
   return JSON.stringify(a) === JSON.stringify(b);
 }
 
-// Applies the documents of one "status" delivery (or of a reply that carries
-// one of them). Empty documents mean "no change" and are skipped.
-export function applyDocuments(docs) {
-  if (!docs || typeof docs !== "object") return;
-  for (const [name, doc] of Object.entries(docs)) {
-    if (!doc || typeof doc !== "object" || Array.isArray(doc)) continue;
-    if (Object.keys(doc).length === 0) continue;
-    if (appliers[name]) appliers[name](doc);
+const stateAppliers = {
+  playback(doc, fresh) {
+    const kept = fresh ? {} : store.get("playback") || {};
+    let next = { ...kept };
+    if (isObject(doc.playbackstate)) {
+      // The transport state comes whole: a key it leaves out (the track id
+      // once nothing is queued) no longer holds.
+      next = {};
+      for (const name of Object.values(playbackKeys)) if (name in kept) next[name] = kept[name];
+      Object.assign(next, doc.playbackstate);
+    }
+    for (const [key, name] of Object.entries(playbackKeys)) {
+      if (key in doc) next[name] = doc[key];
+    }
+    store.set("playback", next);
+  },
+  library(doc, fresh) {
+    for (const [key, name] of Object.entries(libraryLists)) {
+      if (key in doc) setView(name, doc[key], key === "albums" ? "album" : key);
+      else if (fresh && store.get(name) != null) store.set(name, null);
+    }
+    applyAnswers(doc);
+  },
+  settings: (doc, fresh) => merge("settings", doc, fresh),
+};
+for (const stage of ["equalizer", "irc", "ac", "ooyh"]) {
+  stateAppliers[stage] = (doc, fresh) => merge(stage, doc, fresh);
+}
+
+function applyAnswers(doc) {
+  for (const [key, name] of Object.entries(libraryAnswers)) {
+    if (key in doc) setView(name, doc[key], key === "album" ? "album" : key);
+  }
+  if ("track" in doc) rememberTrack(doc.track);
+}
+
+const eventAppliers = {
+  library: applyAnswers,
+  updated(doc) {
+    if (doc.all) store.set("updated", Date.now());
+  },
+  disconnect(doc) {
+    // A token cleared already means this page asked to be let go itself.
+    if (session && session.token && doc.token === session.token) dropPairing(doc.fromremote === true);
+  },
+};
+
+// The player let this page go: its token is no good, and the player will not
+// approve its code anew, so the app pairs again under a new one.
+function dropPairing(fromRemote) {
+  session.token = null;
+  saveSession();
+  store.set("disconnected", { fromRemote });
+}
+
+// Track information is pushed when the player moves to a track, but also
+// when any remote asks about one; the current track is whichever of them
+// the playback state names. The last few are kept by id.
+const trackInfo = new Map();
+const TRACKS_KEPT = 32;
+
+function rememberTrack(track) {
+  if (!isObject(track) || !track.id) return;
+  learn(track, "track");
+  trackInfo.delete(track.id);
+  trackInfo.set(track.id, track);
+  if (trackInfo.size > TRACKS_KEPT) trackInfo.delete(trackInfo.keys().next().value);
+  showCurrentTrack();
+}
+
+// Keeps "track" on the track the player is on: its pushed information, else
+// its entry in the queue or the play-next list, else none.
+function showCurrentTrack() {
+  const id = (store.get("playback") || {}).trackid;
+  const inList = (key) => {
+    const list = store.get(key);
+    return Array.isArray(list) ? list.find((t) => t && t.id === id) : undefined;
+  };
+  const track = id ? trackInfo.get(id) || inList("queue") || inList("playnext") || null : null;
+  if (track !== store.get("track", null)) store.set("track", track);
+}
+
+// Whoever writes these, the current track follows.
+for (const key of ["playback", "queue", "playnext"]) store.on(key, showCurrentTrack);
+
+// Applies one reply of the feed: a whole state replaces what the page holds
+// from the feed; then each changed key, then the events in order.
+function applyChanges(reply) {
+  const fresh = reply.full === true;
+  const changes = isObject(reply.changes) ? reply.changes : {};
+  if (fresh) trackInfo.clear();
+  for (const [name, apply] of Object.entries(stateAppliers)) {
+    const doc = isObject(changes[name]) ? changes[name] : null;
+    if (doc || fresh) apply(doc || {}, fresh);
+  }
+  for (const event of Array.isArray(reply.events) ? reply.events : []) {
+    if (isObject(event) && isObject(event.value) && eventAppliers[event.document]) {
+      eventAppliers[event.document](event.value);
+    }
   }
 }
 
-// A library view: the reply is the library document, which the player filled
-// while it answered. The same document may reach the status poll first; both
-// are applied, so screens just watch the store.
+// The key of the library document that answers each view: lists by their
+// name, one item by its kind (a mood's tracks come as a playlist).
+function answerKey(view, params) {
+  const one = params.id !== undefined;
+  const keys = {
+    albums: "albums",
+    artists: "artists",
+    album: "album",
+    search: "search",
+    playnext: "playnext",
+    genres: one ? "genre" : "genres",
+    playlist: one ? "playlist" : "playlists",
+    mood: one ? "playlist" : "moods",
+  };
+  return keys[view];
+}
+
+// A library view: the reply is the whole library document as the player
+// holds it, so only the key that answers this view is taken from it; the
+// rest may be older than what the feed brought. The same view comes through
+// the feed as well; screens just watch the store.
 export async function library(view, params = {}) {
   const { status, data } = await request(`library/${view}`, params, { withToken: false });
-  if (status === 200 && data && typeof data === "object" && !Array.isArray(data)) {
-    applyDocuments({ library: data });
+  const key = answerKey(view, params);
+  if (status === 200 && isObject(data) && key && key in data) {
+    stateAppliers.library({ [key]: data[key] }, false);
   }
   return { status, data };
 }
@@ -245,66 +335,82 @@ export function ensureAlbumCovers() {
   });
 }
 
-// The playback "get" requests answer with the playback document.
-export async function playbackQuery(what) {
-  const { status, data } = await request(`playback/${what}`);
-  if (status === 200 && data && typeof data === "object") applyDocuments({ playback: data });
-}
+// ---------------------------------------------------------------- the feed
 
-// ---------------------------------------------------------------- status poll
+// The player answers at once when there is news, else after this many
+// seconds; a request that takes far longer than that has been lost.
+const WAIT_SECONDS = 25;
+const FEED_TIMEOUT = (WAIT_SECONDS + 15) * 1000;
 
 let polling = false;
 
-// Long-polls "status" for as long as the page lives: 304 means nothing
-// changed within the player's second, so the next poll goes out at once; 200
-// carries the documents. When the player cannot be reached the poll backs off
-// (0.5 s doubling to 8 s) and the connection state says "reconnecting";
-// onReturn runs once the player answers again.
-export function startStatusPoll({ onReturn } = {}) {
+// Follows the player's "changes" feed for as long as the page lives. The
+// feed's position (epoch and seq) belongs to one pairing: a new token starts
+// over from the whole state. When the player cannot be reached the feed backs
+// off (0.5 s doubling to 8 s) and asks again from the same position, and the
+// connection state says "reconnecting"; onReturn runs once the player answers
+// again. onUnpaired runs when this page holds no approved token (the player
+// forgot it or let it go) and resolves once it is paired again.
+export function startChangeFeed({ onReturn, onUnpaired } = {}) {
   if (polling) return;
   polling = true;
   (async () => {
+    let at = { token: null, epoch: null, seq: 0 };
     let delay = 500;
     let lost = false;
     while (polling) {
+      const token = session && session.token;
+      if (!token) {
+        if (onUnpaired) await onUnpaired();
+        else await sleep(500);
+        continue;
+      }
+      if (token !== at.token) at = { token, epoch: null, seq: 0 };
+      let reply;
+      const sent = Date.now();
       try {
-        const sent = Date.now();
-        const response = await fetch("/status", { cache: "no-store", signal: AbortSignal.timeout(15000) });
-        if (response.status !== 304 && response.status !== 200) throw new Error(`status ${response.status}`);
-        if (lost) {
-          lost = false;
-          store.patch("connection", { state: "online", retryIn: 0 });
-          if (onReturn) await onReturn();
-        }
-        delay = 500;
-        if (response.status === 200) applyDocuments(await statusBody(response));
-        // A 304 normally takes the player's whole second. One that comes back
-        // at once means the player is shutting down; a short pause keeps the
-        // page from hammering it until it is gone.
-        else if (Date.now() - sent < 100) await sleep(250);
+        reply = await request("changes", { since: at.seq, epoch: at.epoch, wait: WAIT_SECONDS }, { timeout: FEED_TIMEOUT });
+        if (reply.status !== 200 && reply.status !== 401) throw new Error(`changes ${reply.status}`);
       } catch (err) {
         if (!polling) break;
+        // A reply it cannot use: start over from the whole state.
+        if (reply) at = { token, epoch: null, seq: 0 };
         lost = true;
         store.patch("connection", { state: "reconnecting", retryIn: delay });
         await sleep(delay);
         delay = Math.min(delay * 2, 8000);
+        continue;
       }
+      if (lost) {
+        lost = false;
+        store.patch("connection", { state: "online", retryIn: 0 });
+        if (onReturn) await onReturn();
+      }
+      delay = 500;
+      // Unless the page paired again meanwhile (as after the player
+      // restarted), the player let it go without it hearing why.
+      if (reply.status === 401) {
+        if (session && session.token === token) dropPairing(false);
+        continue;
+      }
+      const body = isObject(reply.data) ? reply.data : {};
+      applyChanges(body);
+      at = { token, epoch: body.epoch ?? null, seq: body.seq ?? 0 };
+      // Nothing new normally takes the whole wait. An empty reply that comes
+      // back at once means the player is shutting down; a short pause keeps
+      // the page from hammering it until it is gone.
+      if (!hasNews(body) && Date.now() - sent < 100) await sleep(250);
     }
   })();
 }
 
-export function stopStatusPoll() {
-  polling = false;
+function hasNews(reply) {
+  const changed = isObject(reply.changes) && Object.keys(reply.changes).length > 0;
+  return reply.full === true || changed || (Array.isArray(reply.events) && reply.events.length > 0);
 }
 
-// Very large deliveries come compressed (zlib) as application/octet-stream.
-async function statusBody(response) {
-  const type = response.headers.get("content-type") || "";
-  if (type.includes("octet-stream")) {
-    const stream = response.body.pipeThrough(new DecompressionStream("deflate"));
-    return JSON.parse(await new Response(stream).text());
-  }
-  return parseBody(await response.text());
+export function stopChangeFeed() {
+  polling = false;
 }
 
 export function sleep(ms) {

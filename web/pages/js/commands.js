@@ -1,8 +1,8 @@
 // What the remote asks the player to do. Each command goes out at once; the
-// player's answer comes back through the status poll, so nothing here changes
+// player's answer comes back through the change feed, so nothing here changes
 // the store except where waiting for the round trip would make a control feel
 // stuck (the volume slider).
-import { send, playbackQuery, request } from "./api.js";
+import { send, request } from "./api.js";
 import * as store from "./store.js";
 
 // The player's transport states.
@@ -93,10 +93,10 @@ export function setSettingsValues({ mqa, upsample, dsp }) {
   return send("settings/values", { mqa: mqa ? 1 : 0, upsample: upsample ? 1 : 0, dsp: dsp ? 1 : 0 });
 }
 
-// Asks the player to push everything the remote shows. Answers arrive
-// through the status poll (and, for the playback and queue, in the replies).
+// Asks the player to push everything the remote shows; it comes back
+// through the feed.
 export async function refreshAll() {
-  const asks = [playbackQuery("getplayerstate"), refreshQueue()];
+  const asks = [send("playback/getplayerstate"), refreshQueue()];
   for (const stage of STAGES) {
     asks.push(send(`${stage.key}/state`), send(`${stage.key}/list`), send(`${stage.key}/getpreset`));
   }
@@ -104,21 +104,24 @@ export async function refreshAll() {
   await Promise.all(asks);
 }
 
-export async function refreshQueue() {
-  try {
-    const { status, data } = await request("getNowPlaying");
-    if (status === 200 && Array.isArray(data)) store.set("queue", data);
-  } catch {
-    // The status poll notices a player that went away.
-  }
+// The queue reaches the feed only when the player pushes it; until it has,
+// ask for it, once at a time. The answer (without pictures) must not replace
+// a pushed one.
+let queueAsked = null;
+export function refreshQueue() {
+  if (Array.isArray(store.get("queue"))) return Promise.resolve();
+  queueAsked ||= request("getNowPlaying")
+    .then(({ status, data }) => {
+      if (status === 200 && Array.isArray(data) && !Array.isArray(store.get("queue"))) store.set("queue", data);
+    })
+    .catch(() => {
+      // The feed notices a player that went away.
+    })
+    .finally(() => (queueAsked = null));
+  return queueAsked;
 }
 
-// The track the player is on: its pushed track info when that matches the
-// playback state, else the queue entry with the state's track id.
+// The track the player is on, kept by the API layer as the feed moves.
 export function currentTrack() {
-  const playback = store.get("playback", {});
-  const track = store.get("track");
-  if (track && track.id && (!playback.trackid || track.id === playback.trackid)) return track;
-  const queue = store.get("queue") || [];
-  return queue.find((t) => t.id === playback.trackid) || track || null;
+  return store.get("track") || null;
 }

@@ -141,7 +141,7 @@ export function toggle(label, checked, onChange, attrs = {}) {
 
 // Shows the view that the store keeps under `key` once it is there (and
 // `matches` it), redrawing when it changes, after asking the player for it
-// with `ask`. The answer may come in the reply or through the status poll;
+// with `ask`. The answer may come in the reply or through the change feed;
 // either lands in the store.
 export function follow(scope, container, key, { matches = () => true, draw, ask, redrawOn = [], missing = "The player has nothing to show here." }) {
   let drawn = false;

@@ -122,7 +122,6 @@ export function render(view, params, scope) {
   drawPlayback();
   scope.on("playback", drawPlayback);
   scope.on("track", drawTrack);
-  scope.on("queue", drawTrack);
   // Covers may arrive after the track, with an album list.
   scope.on("albums", () => {
     shownTrack = null;

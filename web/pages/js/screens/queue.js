@@ -20,6 +20,7 @@ export function render(view, params, scope) {
     const queue = store.get("queue");
     if (!Array.isArray(queue)) {
       fill(list, h("p", { class: "empty loading" }, "Loading…"));
+      refreshQueue();
       return;
     }
     const seconds = queue.reduce((sum, t) => sum + (Number(t.duration) || 0), 0);
@@ -52,6 +53,6 @@ export function render(view, params, scope) {
   scope.on("queue", draw);
   scope.on("playnext", drawUpNext);
   scope.on("albums", draw);
-  refreshQueue();
-  api.library("playnext").catch(() => {});
+  // Until the player has pushed it, ask for the list of next tracks.
+  if (!Array.isArray(store.get("playnext"))) api.library("playnext").catch(() => {});
 }

@@ -5,7 +5,7 @@ import { icon } from "../icons.js";
 import * as store from "../store.js";
 import { selectOutput, setSettingsValues } from "../commands.js";
 import { toggle } from "../widgets.js";
-import { send, currentSession } from "../api.js";
+import { currentSession } from "../api.js";
 
 export const title = "Settings";
 
@@ -82,6 +82,4 @@ export function render(view, params, scope, app) {
   drawRemote();
   scope.on("settings", draw);
   scope.on("host", drawRemote);
-  send("settings/output");
-  send("settings/values");
 }

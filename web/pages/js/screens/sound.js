@@ -4,7 +4,6 @@ import { h, fill } from "../dom.js";
 import * as store from "../store.js";
 import { STAGES, setStageEnabled, selectPreset, setIrcGain } from "../commands.js";
 import { toggle } from "../widgets.js";
-import { send } from "../api.js";
 
 export const title = "Sound";
 
@@ -17,13 +16,6 @@ export function render(view, params, scope) {
     return card;
   });
   fill(view, h("h1", { class: "screen-title" }, "Sound"), h("div", { class: "panels" }, cards));
-  // Ask again, in case the status poll delivered the stages before this screen.
-  for (const stage of STAGES) {
-    send(`${stage.key}/state`);
-    send(`${stage.key}/list`);
-    send(`${stage.key}/getpreset`);
-  }
-  send("irc/gain");
 }
 
 function presetId(preset) {
