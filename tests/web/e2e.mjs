@@ -140,16 +140,10 @@ class Host {
     return { status: response.status, data };
   }
 
-  // The host's playback state. The reply is the playback document as it stands
-  // right after the host answered; a status delivery to the page can empty it
-  // in between, so a few tries are allowed.
+  // The host's playback state: the reply is its playback document.
   async playback() {
-    for (let attempt = 0; attempt < 5; ++attempt) {
-      const { data } = await this.get("playback/getplayerstate");
-      if (data && data.playbackstate) return data.playbackstate;
-      await new Promise((r) => setTimeout(r, 100));
-    }
-    return null;
+    const { data } = await this.get("playback/getplayerstate");
+    return (data && data.playbackstate) || null;
   }
 
   logSince(mark) {
@@ -166,13 +160,73 @@ class Host {
   }
 }
 
+// ---------------------------------------------------------------- two remotes
+
+function setSlider(el, v) {
+  el.value = String(v);
+  el.dispatchEvent(new Event("input", { bubbles: true }));
+  el.dispatchEvent(new Event("change", { bubbles: true }));
+}
+
+// What a page shows for `probe` (a selector, and the attribute read, or its
+// text); runs in the page.
+function probeValue({ selector, attr }) {
+  const el = document.querySelector(selector);
+  if (!el) return null;
+  if (attr === "checked") return String(el.checked);
+  return attr ? el.getAttribute(attr) : el.textContent.trim();
+}
+
+const probeSource = (probe) => `(${probeValue})(${JSON.stringify(probe)})`;
+
+// Runs in the other remote: notes the time its page first shows something
+// other than `before`, as the page draws it rather than when a poll of the
+// test's happens to look.
+function watchFor([source, before]) {
+  window.shownAt = 0;
+  const read = new Function(`return ${source}`);
+  const observer = new MutationObserver(() => {
+    if (read() === before) return;
+    window.shownAt = Date.now();
+    observer.disconnect();
+  });
+  observer.observe(document.body, { subtree: true, childList: true, attributes: true, characterData: true });
+}
+
+// Makes a change on the first remote with `act` and returns the time from
+// the user's input there to the other remote showing it (ms), or Infinity
+// when it did not within 3 s. Both must then agree, so the next change starts
+// from what both show.
+async function mirrored(act, probe) {
+  const before = await peer.evaluate(probeSource(probe));
+  await peer.evaluate(watchFor, [probeSource(probe), before]);
+  await page.evaluate(() => (window.actedAt = 0));
+  await act();
+  const shown = await peer
+    .waitForFunction(() => window.shownAt > 0, null, { timeout: 3000 })
+    .then(() => true, () => false);
+  if (!shown) {
+    log(`the other remote still shows ${probe.selector} as ${describe(before)} 3 s after the change`);
+    return Infinity;
+  }
+  const took = (await peer.evaluate(() => window.shownAt)) - (await page.evaluate(() => window.actedAt));
+  await until(`both remotes to agree on ${probe.selector}`, async () => {
+    const [mine, theirs] = await Promise.all([page.evaluate(probeSource(probe)), peer.evaluate(probeSource(probe))]);
+    return mine === theirs && theirs !== before;
+  }, { timeout: 3000, interval: 50 });
+  return took;
+}
+
+const seconds = (ms) => `${(ms / 1000).toFixed(2)} s`;
+const median = (list) => [...list].sort((a, b) => a - b)[Math.floor(list.length / 2)];
+
 // ---------------------------------------------------------------- the test
 
 const host = new Host(args.host, await freeBasePort(), mkdtempSync(path.join(os.tmpdir(), "velora-e2e-cache-")));
-const profile = mkdtempSync(path.join(os.tmpdir(), "velora-e2e-profile-"));
 mkdirSync(SHOTS, { recursive: true });
-let context;
+let browser;
 let page;
+let peer;
 let prompting = null;
 let outage = false;
 const pageErrors = [];
@@ -187,6 +241,27 @@ async function shot(name, viewport) {
   return file;
 }
 
+// A remote of its own: a browser context keeps its own storage, so each
+// pairs as a separate client.
+async function remote(viewport) {
+  const opened = await (await browser.newContext({ viewport })).newPage();
+  opened.on("pageerror", (err) => pageErrors.push(err.message));
+  // Failed requests are reported with their address by the response hook;
+  // the console's own line about them names no address.
+  opened.on("console", (msg) => {
+    if (msg.type() === "error" && !msg.text().startsWith("Failed to load resource")) pageErrors.push(msg.text());
+  });
+  opened.on("response", (response) => {
+    const url = new URL(response.url());
+    // While the host is deliberately down and coming back, failed requests
+    // are what the page has to cope with, not faults.
+    if (response.status() >= 400 && url.pathname !== "/favicon.ico" && !outage) {
+      pageErrors.push(`${response.status()} from ${url.pathname}${url.search}`);
+    }
+  });
+  return opened;
+}
+
 async function show(hash, ready) {
   await page.evaluate((h) => (location.hash = h), hash);
   await ready();
@@ -198,27 +273,8 @@ async function main() {
   log(`host listens on port ${host.port}`);
 
   begin("launch Chromium");
-  context = await chromium.launchPersistentContext(profile, {
-    executablePath: args.chromium,
-    headless: true,
-    args: LAUNCH_FLAGS,
-    viewport: DESKTOP,
-  });
-  page = context.pages()[0] || (await context.newPage());
-  page.on("pageerror", (err) => pageErrors.push(err.message));
-  // Failed requests are reported with their address by the response hook;
-  // the console's own line about them names no address.
-  page.on("console", (msg) => {
-    if (msg.type() === "error" && !msg.text().startsWith("Failed to load resource")) pageErrors.push(msg.text());
-  });
-  page.on("response", (response) => {
-    const url = new URL(response.url());
-    // While the host is deliberately down and coming back, failed requests
-    // are what the page has to cope with, not faults.
-    if (response.status() >= 400 && url.pathname !== "/favicon.ico" && !outage) {
-      pageErrors.push(`${response.status()} from ${url.pathname}${url.search}`);
-    }
-  });
+  browser = await chromium.launch({ executablePath: args.chromium, headless: true, args: LAUNCH_FLAGS });
+  page = await remote(DESKTOP);
 
   begin("open the web remote and pair");
   await page.goto(`http://127.0.0.1:${host.port}/`);
@@ -300,6 +356,7 @@ async function main() {
   const albumId = await cards.first().getAttribute("data-album-id");
   await cards.first().click();
   await page.locator(".detail-title").waitFor();
+  const albumName = (await detailTitle()).trim();
   const rows = page.locator(".tracks .track");
   await until("album tracks", async () => (await rows.count()) >= 2);
   const trackIds = await rows.evaluateAll((els) => els.map((e) => e.dataset.trackId));
@@ -344,11 +401,7 @@ async function main() {
   const oldVolume = before.data && before.data.volumelevel;
   const target = oldVolume === 37 ? 63 : 37;
   const mark = host.lines.length;
-  await page.locator("#np-volume").evaluate((el, v) => {
-    el.value = String(v);
-    el.dispatchEvent(new Event("input", { bubbles: true }));
-    el.dispatchEvent(new Event("change", { bubbles: true }));
-  }, target);
+  await page.locator("#np-volume").evaluate(setSlider, target);
   await until(`host volume ${target}`, async () => {
     const { data } = await host.get("playback/getvolume");
     return data && data.volumelevel === target;
@@ -434,6 +487,74 @@ async function main() {
   await shot("sound", PHONE);
   await show("#/settings", () => devices.first().waitFor());
   await shot("settings", PHONE);
+
+  begin("a second remote shows every change made on the first within 1 s");
+  await show("#/now", () => page.locator("#np-title").waitFor());
+  peer = await remote(PHONE);
+  await peer.goto(`http://127.0.0.1:${host.port}/#/now`);
+  await peer.locator("#nav").waitFor({ state: "visible", timeout: 20000 });
+  await until("the other remote to show what plays", async () => {
+    const [mine, theirs] = await Promise.all([page, peer].map((p) => p.locator("#np-title").textContent()));
+    return mine === theirs && (await peer.locator("#np-volume-value").textContent()) === "37";
+  });
+  // Each change: what the first remote does, and what the other shows of it.
+  const slide = (v) => () => page.locator("#np-volume").evaluate(setSlider, v);
+  const click = (selector) => () => page.locator(selector).first().click();
+  const shows = (selector, attr) => ({ selector, attr });
+  const volume = [slide(52), slide(63), slide(23)].map((act) => [act, shows("#np-volume-value")]);
+  const mute = [click("#np-mute"), shows("#np-mute", "aria-pressed")];
+  const next = [click("#np-next"), shows("#np-title")];
+  const mode = [click("#np-mode"), shows("#np-mode", "aria-label")];
+  const play = [click("#np-play"), shows("#np-play", "aria-label")];
+  const preset = [click('#stage-equalizer .preset[aria-pressed="false"]'), shows('#stage-equalizer .preset[aria-pressed="true"]')];
+  const headphones = [click("#stage-ooyh .switch"), shows("#stage-ooyh input", "checked")];
+  const groups = [
+    ["#/now", [volume[0], mute, next, mode, volume[1], mute, mode, play, play, mode, next, mode, volume[2]]],
+    ["#/sound", [preset, preset, preset, headphones, headphones]],
+    ["#/settings", [
+      [click("#settings-output .option:has(input:not(:checked))"), shows("#settings-output input:checked", "value")],
+      [click("label.switch:has(#set-mqa)"), shows("#set-mqa", "checked")],
+    ]],
+  ];
+  // The moment of the user's input on the first remote.
+  await page.evaluate(() => {
+    for (const type of ["click", "change"]) document.addEventListener(type, () => (window.actedAt ||= Date.now()), true);
+  });
+  const latencies = [];
+  for (const [hash, changes] of groups) {
+    for (const p of [page, peer]) await p.evaluate((h) => (location.hash = h), hash);
+    for (const [act, probe] of changes) latencies.push(await mirrored(act, probe));
+  }
+  const seen = latencies.filter((ms) => ms <= 1000).length;
+  log(`changes seen by the other remote within 1 s: ${seen}/${latencies.length}, max latency ${seconds(Math.max(...latencies))}, median ${seconds(median(latencies))}`);
+  log(`latencies (ms): ${latencies.map(Math.round).join(" ")}`);
+  check(seen === latencies.length, `${latencies.length - seen} changes took longer than 1 s to show on the other remote`);
+  await peer.evaluate(() => (location.hash = "#/now"));
+  await peer.waitForTimeout(350);
+  await peer.screenshot({ path: path.join(SHOTS, "second-remote-phone.png") });
+
+  begin("reloading an album's address shows the album every time");
+  await peer.goto(`http://127.0.0.1:${host.port}/${albumHash}`);
+  const reloads = [];
+  for (let i = 0; i < 20; ++i) {
+    const started = Date.now();
+    await peer.reload();
+    // The page gives up on an album after 6 s; wait past that.
+    const outcome = await peer.waitForFunction(
+      (name) => {
+        const shown = (document.querySelector(".detail-title") || {}).textContent === name && document.querySelector(".tracks .track");
+        const missing = /does not know/.test((document.querySelector("#view .empty") || {}).textContent || "");
+        return shown ? "shown" : missing ? "missing" : null;
+      },
+      albumName,
+      { timeout: 9000, polling: 50 },
+    ).then((h) => h.jsonValue(), () => "nothing");
+    reloads.push({ outcome, ms: Date.now() - started });
+  }
+  const shownCount = reloads.filter((r) => r.outcome === "shown").length;
+  log(`album reloads that show "${albumName}": ${shownCount}/${reloads.length}, slowest ${seconds(Math.max(...reloads.map((r) => r.ms)))}`);
+  check(shownCount === reloads.length, `reloads that did not show the album: ${describe(reloads.filter((r) => r.outcome !== "shown"))}`);
+  await peer.evaluate(() => (location.hash = "#/now"));
   await page.setViewportSize(DESKTOP);
 
   begin("the host goes away: the page says so, and comes back with it");
@@ -444,25 +565,34 @@ async function main() {
   await page.locator("#connection").waitFor({ state: "visible", timeout: 10000 });
   check(/reconnecting/i.test(await page.locator("#connection").textContent()), "the banner does not say it is reconnecting");
   await shot("reconnecting", DESKTOP);
+  const restarted = Date.now();
   await host.start();
   await page.locator("#connection").waitFor({ state: "hidden", timeout: 30000 });
-  await page.locator("#nav").waitFor({ state: "visible", timeout: 20000 });
+  // The restarted host plays nothing, at its own volume: both remotes show
+  // that without being reloaded.
+  const level = String((await host.get("playback/getvolume")).data.volumelevel);
+  for (const [name, p] of [["this remote", page], ["the other remote", peer]]) {
+    await until(`${name} to show the restarted host's state`, async () =>
+      (await p.locator("#np-title").textContent()).trim() === "Nothing playing" &&
+      (await p.locator(".mini-title").textContent()).trim() === "Nothing playing" &&
+      (await p.locator("#np-volume-value").textContent()).trim() === level,
+    { timeout: 20000 });
+  }
+  log(`both remotes show the restarted host's state ${seconds(Date.now() - restarted)} after it started again`);
+  await show("#/queue", () => page.getByText("The queue is empty.").waitFor());
   outage = false;
-  // The restarted host has an empty queue: play the album again from its page.
   await show(albumHash, () => page.locator("#album-play").waitFor());
+  await page.locator("#album-play").click();
   await until("the host to play the album after reconnecting", async () => {
-    await page.locator("#album-play").click();
-    await page.waitForTimeout(700);
     const state = await host.playback();
     return state && state.state === 1 && state.trackid === trackIds[0];
-  }, { timeout: 15000, interval: 500 });
+  });
+  await until("the other remote to show the album playing", async () => (await peer.locator("#np-title").textContent()).trim() === trackTitles[0]);
 
   begin("pairing waits for the player's approval at its console");
   prompting = new Host(args.host, await freeBasePort(), host.cacheDir, ["--approve", "prompt"]);
   await prompting.start();
-  const second = await context.newPage();
-  second.on("pageerror", (err) => pageErrors.push(err.message));
-  await second.setViewportSize(PHONE);
+  const second = await remote(PHONE);
   await second.goto(`http://127.0.0.1:${prompting.port}/`);
   const code = (await second.locator("#pairing-code").textContent()).trim();
   const asked = await until("the host to ask about the page's code", () =>
@@ -510,10 +640,9 @@ if (failed) {
   console.error("[e2e] last lines of the host's console:");
   for (const line of host.lines.slice(-25)) console.error(`  | ${line}`);
 }
-await context?.close().catch(() => {});
+await browser?.close().catch(() => {});
 await host.stop().catch(() => {});
 await prompting?.stop().catch(() => {});
-rmSync(profile, { recursive: true, force: true });
 rmSync(host.cacheDir, { recursive: true, force: true });
 if (failed) process.exit(1);
 log(`passed; screenshots in ${SHOTS}`);
