@@ -315,8 +315,16 @@ function answerKey(view, params) {
 // holds it, so only the key that answers this view is taken from it; the
 // rest may be older than what the feed brought. The same view comes through
 // the feed as well; screens just watch the store.
+//
+// One item (an album, a playlist, ...) comes through the feed as an event,
+// which reaches this page once its feed has a position: asked before that, an
+// event could fall before the whole state that starts the feed. So the reply
+// is asked to carry it only until then; after, the request goes with the
+// token and its reply is empty, instead of the player's whole library
+// document, which nothing empties while no "status" poll runs.
 export async function library(view, params = {}) {
-  const { status, data } = await request(`library/${view}`, params, { withToken: false });
+  const viaFeed = feedLive && params.id !== undefined;
+  const { status, data } = await request(`library/${view}`, params, { withToken: viaFeed });
   const key = answerKey(view, params);
   if (status === 200 && isObject(data) && key && key in data) {
     stateAppliers.library({ [key]: data[key] }, false);
@@ -343,6 +351,8 @@ const WAIT_SECONDS = 25;
 const FEED_TIMEOUT = (WAIT_SECONDS + 15) * 1000;
 
 let polling = false;
+// Whether the feed has a position in the current pairing.
+let feedLive = false;
 
 // Follows the player's "changes" feed for as long as the page lives. The
 // feed's position (epoch and seq) belongs to one pairing: a new token starts
@@ -366,6 +376,7 @@ export function startChangeFeed({ onReturn, onUnpaired } = {}) {
         continue;
       }
       if (token !== at.token) at = { token, epoch: null, seq: 0 };
+      feedLive = at.seq > 0;
       let reply;
       const sent = Date.now();
       try {
@@ -396,6 +407,7 @@ export function startChangeFeed({ onReturn, onUnpaired } = {}) {
       const body = isObject(reply.data) ? reply.data : {};
       applyChanges(body);
       at = { token, epoch: body.epoch ?? null, seq: body.seq ?? 0 };
+      feedLive = at.seq > 0;
       // Nothing new normally takes the whole wait. An empty reply that comes
       // back at once means the player is shutting down; a short pause keeps
       // the page from hammering it until it is gone.
