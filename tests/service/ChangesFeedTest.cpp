@@ -277,7 +277,7 @@ TEST_F(ChangesFeedTest, EveryClientSeesEveryChangeBesideALegacyPoller) {
   });
   std::vector<std::thread> readers;
   for (auto& c : clients) {
-    readers.emplace_back([&c, &done, this] {
+    readers.emplace_back([&c, &done] {
       c.poll(0);
       while (!done) c.poll(1);
       c.poll(0);
