@@ -22,11 +22,97 @@ bool isEvent(const char* document, const std::string& key) {
                      [&](const char* k) { return key == k; });
 }
 
+// How long the JSON text of `v` is, give or take the escapes of its strings.
+size_t textSize(const web::json::value& v) {
+  switch (v.type()) {
+    case web::json::value::String:
+      return v.as_string().size() + 2;
+    case web::json::value::Array: {
+      size_t n = 2 + v.size();
+      for (const auto& element : v.as_array()) n += textSize(element);
+      return n;
+    }
+    case web::json::value::Object: {
+      size_t n = 2 + v.size();
+      for (const auto& [key, member] : v.as_object()) n += key.size() + 3 + textSize(member);
+      return n;
+    }
+    default:
+      return 24;
+  }
+}
+
+// Writes the JSON text of `v` piece by piece into `sink`, a callable taking
+// (data, size) and returning false to stop. Objects and arrays are written
+// here; each leaf prints itself (a string knows whether it has anything to
+// escape).
+template <typename Sink>
+bool writeText(const web::json::value& v, Sink& sink) {
+  const auto put = [&](char c) { return sink(&c, 1); };
+  if (v.is_object()) {
+    bool first = true;
+    if (!put('{')) return false;
+    for (const auto& [key, member] : v.as_object()) {
+      std::string name;
+      if (!first) name += ',';
+      first = false;
+      web::json::details::format_string(key, name);
+      name += ':';
+      if (!sink(name.data(), name.size()) || !writeText(member, sink)) return false;
+    }
+    return put('}');
+  }
+  if (v.is_array()) {
+    bool first = true;
+    if (!put('[')) return false;
+    for (const auto& element : v.as_array()) {
+      if (!first && !put(',')) return false;
+      first = false;
+      if (!writeText(element, sink)) return false;
+    }
+    return put(']');
+  }
+  const std::string leaf = v.serialize();
+  return sink(leaf.data(), leaf.size());
+}
+
 // The documents in the order replies list them.
 const char* const kDocuments[] = {"settings", "equalizer", "irc",    "ac",
                                   "ooyh",     "playback",  "library"};
 
 }  // namespace
+
+std::string ChangeStore::text(const web::json::value& v) {
+  std::string out;
+  out.reserve(textSize(v) + 64);
+  auto append = [&out](const char* data, size_t n) {
+    out.append(data, n);
+    return true;
+  };
+  writeText(v, append);
+  return out;
+}
+
+bool ChangeStore::sameText(const web::json::value& v, const std::string& text) {
+  size_t at = 0;
+  auto compare = [&](const char* data, size_t n) {
+    if (n > text.size() - at || std::memcmp(text.data() + at, data, n) != 0) return false;
+    at += n;
+    return true;
+  };
+  return writeText(v, compare) && at == text.size();
+}
+
+ChangeStore::Text ChangeStore::current(const char* document, const std::string& key) const {
+  std::lock_guard<std::mutex> lock(mutex_);
+  for (const auto& doc : documents_) {
+    if (std::strcmp(doc.name, document) != 0) continue;
+    for (const auto& [name, v] : doc.keys) {
+      if (name == key) return v.json;
+    }
+  }
+  return nullptr;
+}
 
 ChangeStore::ChangeStore() : epoch_(newUUID()) {
   for (const char* name : kDocuments) documents_.push_back(Document{name, {}});
@@ -50,6 +136,7 @@ void ChangeStore::record(const char* document, std::vector<Entry> entries) {
       changed = true;
       continue;
     }
+    if (entry.unchanged) continue;  // the caller found the same text there
     auto it = std::find_if(doc->keys.begin(), doc->keys.end(),
                            [&](const auto& k) { return k.first == entry.key; });
     if (it == doc->keys.end()) {

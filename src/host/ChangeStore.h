@@ -10,6 +10,12 @@
 
 #include "host/ParkingLot.h"
 
+namespace web {
+namespace json {
+class value;
+}
+}  // namespace web
+
 // The latest value of every state key, each with the sequence number of its
 // last change, and a ring of recent events: what a "changes" client needs to
 // catch up from any point, whoever else is polling.
@@ -33,6 +39,9 @@ class ChangeStore {
   struct Entry {
     const char* key;
     std::string json;
+    // Set, and `json` left empty, when the value is known to be the one
+    // current() gave: no change.
+    bool unchanged = false;
   };
 
   // What a client asks from: `since` 0 or a stale `epoch` asks for everything.
@@ -47,6 +56,16 @@ class ChangeStore {
   static constexpr size_t kEventBytes = 16u << 20;
 
   ChangeStore();
+
+  // The JSON text of `v`, printed into one allocation of about the right
+  // size: a library list with its pictures runs to hundreds of megabytes, and
+  // growing the text step by step copies it over and over.
+  static std::string text(const web::json::value& v);
+  // Whether `text` is the JSON text of `v`, found without printing it: a
+  // host that sets the same large list again costs a read, not a copy.
+  static bool sameText(const web::json::value& v, const std::string& text);
+  // The text a state key holds now; null for events and keys never set.
+  Text current(const char* document, const std::string& key) const;
   ChangeStore(const ChangeStore&) = delete;
   ChangeStore& operator=(const ChangeStore&) = delete;
 

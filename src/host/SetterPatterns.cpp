@@ -13,19 +13,35 @@ void VeloraRestService::publishState(value StateDocuments::*document, const char
 
 void VeloraRestService::publishState(value StateDocuments::*document,
                                      std::vector<std::pair<const char*, value>> entries) {
-  // The "changes" feed keeps each value as text; printed before the lock, so
-  // a large list holds up no one.
+  // The "changes" feed keeps each value as text, printed before the lock so
+  // that a large list holds up no one; a value the feed holds already is
+  // only compared.
+  const char* name = StateDocuments::name(document);
   std::vector<ChangeStore::Entry> texts;
+  std::vector<ChangeStore::Text> known;
   texts.reserve(entries.size());
-  for (const auto& [key, v] : entries) texts.push_back({key, v.serialize()});
+  for (const auto& [key, v] : entries) {
+    known.push_back(changes_.current(name, key));
+    if (known.back() && ChangeStore::sameText(v, *known.back())) {
+      texts.push_back({key, {}, true});
+    } else {
+      texts.push_back({key, ChangeStore::text(v)});
+    }
+  }
   std::lock_guard<std::mutex> lock(cache_.stateMutex);
+  for (size_t i = 0; i < texts.size(); ++i) {
+    // Another setter wrote the key since it was compared: print it after all.
+    if (texts[i].unchanged && changes_.current(name, texts[i].key) != known[i]) {
+      texts[i] = {texts[i].key, ChangeStore::text(entries[i].second)};
+    }
+  }
   value& doc = cache_.docs.*document;
   if (!doc.is_object()) doc = value::object(true);
   for (auto& [key, v] : entries) doc[key] = std::move(v);
   feed_.raise();
   // Under the same lock as the document, so both see racing setters in the
   // same order.
-  changes_.record(StateDocuments::name(document), std::move(texts));
+  changes_.record(name, std::move(texts));
 }
 
 void VeloraRestService::storeSlot(value ResponseSlots::*slot, value v) {
