@@ -45,28 +45,26 @@ void VeloraRestService::routeChanges(RouteRequest& r) {
   }
   cursor.since = since;
   cursor.epoch = r.decoded("epoch");
-  int wait = kDefaultWait;
+  unsigned long long wait = kDefaultWait;
   if (r.has("wait")) {
     const std::string text = r.text("wait");
-    unsigned long long seconds = 0;
-    if (!parseCount(text, seconds)) {
-      // All digits but too long for a number is still just "very long".
-      if (text.empty() || text.find_first_not_of("0123456789") != std::string::npos) {
-        returnFailure(r.http, "Bad wait", status_codes::BadRequest);
-        return;
-      }
-      seconds = kLongestWait;
+    // All digits but too long for a number is still just "very long".
+    if (text.empty() || text.find_first_not_of("0123456789") != std::string::npos) {
+      returnFailure(r.http, "Bad wait", status_codes::BadRequest);
+      return;
     }
-    wait = static_cast<int>(std::min<unsigned long long>(seconds, kLongestWait));
+    if (!parseCount(text, wait)) wait = kLongestWait;
+    wait = std::min<unsigned long long>(wait, kLongestWait);
   }
 
-  std::string body = changes_.collect(cursor);
-  if (!body.empty() || wait == 0 || closing_) {
-    sendChanges(r.http, body.empty() ? changes_.collect(cursor, true) : std::move(body));
+  // A client that will not wait, or a service closing, is answered now.
+  std::string body = changes_.collect(cursor, wait == 0 || closing_);
+  if (!body.empty()) {
+    sendChanges(r.http, std::move(body));
     return;
   }
   http_request request = r.http;
-  changes_.park(cursor, ChangeStore::Clock::now() + std::chrono::seconds(wait),
+  changes_.park(cursor, ChangeStore::Clock::now() + std::chrono::seconds(static_cast<long>(wait)),
                 [this, request, cursor] {
                   // Off the store's thread: it wakes every client of a change.
                   pplx::create_task([this, request, cursor] {

@@ -127,8 +127,6 @@ TEST_F(ChangesFeedTest, StartsFromTheWholeStateThenSendsOnlyWhatChanged) {
   EXPECT_NE(std::string::npos, body.find("\"playback\":{\"volumelevel\":40,\"mutestate\":false}"));
   EXPECT_EQ("]}", body.substr(body.size() - 2));
   EXPECT_NE(std::string::npos, body.find("\"events\":[]"));
-  EXPECT_EQ("application/json", again.header("Content-Type").substr(0, 16));
-  EXPECT_EQ("*", again.header("Access-Control-Allow-Origin"));
 
   // Only the key that changed; the same value again is no change at all.
   s.setVolumeLevel(41);
