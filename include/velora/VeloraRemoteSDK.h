@@ -8,12 +8,16 @@
 //   service->startListening();
 //   ...
 //   service->shutdown();
+//
+// A listener that serves only some callbacks derives from the matching
+// NullVelora...ServiceListener (VeloraNullListeners.h) and overrides those.
 
 #include <string>
 
 #include "velora/VeloraExport.h"
 #include "velora/VeloraLibraryItems.h"
 #include "velora/VeloraListeners.h"
+#include "velora/VeloraNullListeners.h"
 #include "velora/VeloraServices.h"
 #include "velora/VeloraTypes.h"
 
