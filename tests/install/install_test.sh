@@ -43,7 +43,7 @@ mv "$staging" "$prefix"
 
 step "installed layout"
 for header in VeloraRemoteSDK.h VeloraExport.h VeloraLibraryItems.h VeloraListeners.h \
-  VeloraServices.h VeloraTypes.h; do
+  VeloraListenerList.h VeloraNullListeners.h VeloraServices.h VeloraTypes.h; do
   [ -f "$prefix/include/velora/$header" ] || fail "include/velora/$header is missing"
 done
 
