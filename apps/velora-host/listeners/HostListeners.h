@@ -1,51 +1,59 @@
 #pragma once
 
+#include <memory>
+#include <vector>
+
 #include <velora/VeloraRemoteSDK.h>
 
+#include "listeners/Areas.h"
 #include "listeners/HostContext.h"
-#include "listeners/LibraryListener.h"
-#include "listeners/PlayerListeners.h"
 
 namespace refhost {
 
-// One listener per area of the service, registered and unregistered together.
+// The host's listeners for every area of the service, registered and
+// unregistered together.
 struct HostListeners {
   explicit HostListeners(HostContext& host)
-      : library(host),
-        playback(host),
-        equalizer(host),
-        irc(host),
-        ac(host),
-        hp(host),
-        settings(host) {}
+      : playback(playbackListener(host)),
+        equalizer(equalizerListener(host)),
+        irc(ircListener(host)),
+        ac(acListener(host)),
+        hp(hpListener(host)),
+        settings(settingsListener(host)) {
+    for (auto part :
+         {browseListener, localLibraryListener, accountListener, clientControlListener,
+          stashListener, scanListener, optionsListener, playlistsListener, playerAppListener}) {
+      library.push_back(part(host));
+    }
+  }
 
   void registerWith(IVeloraRemoteCoordinator& service) {
-    service.getLibraryService()->registerForNotification(&library);
-    service.getPlaybackService()->registerForNotification(&playback);
-    service.getEqualizerService()->registerForNotification(&equalizer);
-    service.getIRCService()->registerForNotification(&irc);
-    service.getACService()->registerForNotification(&ac);
-    service.getHPService()->registerForNotification(&hp);
-    service.getSettingsService()->registerForNotification(&settings);
+    for (auto& part : library) service.getLibraryService()->registerForNotification(part.get());
+    service.getPlaybackService()->registerForNotification(playback.get());
+    service.getEqualizerService()->registerForNotification(equalizer.get());
+    service.getIRCService()->registerForNotification(irc.get());
+    service.getACService()->registerForNotification(ac.get());
+    service.getHPService()->registerForNotification(hp.get());
+    service.getSettingsService()->registerForNotification(settings.get());
   }
 
   void unregisterFrom(IVeloraRemoteCoordinator& service) {
-    service.getSettingsService()->unregisterFromNotification(&settings);
-    service.getHPService()->unregisterFromNotification(&hp);
-    service.getACService()->unregisterFromNotification(&ac);
-    service.getIRCService()->unregisterFromNotification(&irc);
-    service.getEqualizerService()->unregisterFromNotification(&equalizer);
-    service.getPlaybackService()->unregisterFromNotification(&playback);
-    service.getLibraryService()->unregisterFromNotification(&library);
+    service.getSettingsService()->unregisterFromNotification(settings.get());
+    service.getHPService()->unregisterFromNotification(hp.get());
+    service.getACService()->unregisterFromNotification(ac.get());
+    service.getIRCService()->unregisterFromNotification(irc.get());
+    service.getEqualizerService()->unregisterFromNotification(equalizer.get());
+    service.getPlaybackService()->unregisterFromNotification(playback.get());
+    for (auto& part : library) service.getLibraryService()->unregisterFromNotification(part.get());
   }
 
-  LibraryListener library;
-  PlaybackListener playback;
-  EqualizerListener equalizer;
-  IRCListener irc;
-  ACListener ac;
-  HPListener hp;
-  SettingsListener settings;
+  std::vector<std::unique_ptr<IVeloraLibraryServiceListener>> library;
+  std::unique_ptr<IVeloraPlaybackServiceListener> playback;
+  std::unique_ptr<IVeloraEqualizerServiceListener> equalizer;
+  std::unique_ptr<IVeloraIRCServiceListener> irc;
+  std::unique_ptr<IVeloraACServiceListener> ac;
+  std::unique_ptr<IVeloraHPServiceListener> hp;
+  std::unique_ptr<IVeloraSettingsServiceListener> settings;
 };
 
 }  // namespace refhost
