@@ -488,6 +488,8 @@ for ((slot = 1; slot <= SIZE; slot++)); do
     fi
     if [ -n "$outcome" ]; then
       restore
+      # The slot's replacement writes its own log; keep this one's beside it.
+      mv "$mlog" "$LOGS/$id-$outcome-$(grep -c . "$REJECTED").log"
       echo "$outcome"
       printf '%s\t%s\t%s\t%s\t%s\t%s\t\t%s\n' "$id" "$file" "$line" "$kind" "$change" "$outcome" \
         $((SECONDS - start)) >>"$RESULT"
