@@ -77,11 +77,17 @@ class ServiceUnderTest {
             VeloraRestService::Options{notifier, pages.path()})) {}
 
   // Binds the service from a free base port; returns the port it serves.
+  // Another process may bind the base between the check and the service's
+  // bind; the service would then serve a later port, which tests comparing
+  // with `base` take for a fault, so it starts over on a fresh block.
   int start() {
-    base = findFreePortBlock();
-    mServicePort = base;
-    captureStdout([this] { service->startListening(); });
-    return service->currentPort();
+    for (int attempt = 1;; ++attempt) {
+      base = findFreePortBlock();
+      mServicePort = base;
+      captureStdout([this] { service->startListening(); });
+      if (service->currentPort() == base || attempt == 5) return service->currentPort();
+      service->shutdown();
+    }
   }
   int port() const { return service->currentPort(); }
 

@@ -13,6 +13,7 @@
 #include <fstream>
 #include <random>
 #include <thread>
+#include <utility>
 
 #include <gtest/gtest.h>
 
@@ -37,11 +38,33 @@ std::string lower(std::string s) {
   return s;
 }
 
+// The first and last base port worth trying. Outgoing connections take their
+// local ports from the kernel's ephemeral range, and the tests running beside
+// this one open thousands of them: a block picked inside that range can lose
+// a port to a client socket between the check and the service's bind. So the
+// block comes from below the range, or from above it when too little is left
+// below.
+std::pair<int, int> baseRange(int count) {
+  constexpr int kLowest = 10000;  // clear of the well-known and registered services
+  constexpr int kEnough = 2000;
+  int low = 32768, high = 60999;  // the kernel's default
+  std::ifstream range("/proc/sys/net/ipv4/ip_local_port_range");
+  int readLow = 0, readHigh = 0;
+  if (range >> readLow >> readHigh && readLow <= readHigh) {
+    low = readLow;
+    high = readHigh;
+  }
+  if (low - count - kLowest >= kEnough) return {kLowest, low - count};
+  if (65535 - count - high >= kEnough) return {high + 1, 65535 - count};
+  return {kLowest, 65535 - count};
+}
+
 }  // namespace
 
 int findFreePortBlock(int count) {
   std::mt19937 rng(std::random_device{}());
-  std::uniform_int_distribution<int> pick(20000, 60000 - count);
+  const auto [first, last] = baseRange(count);
+  std::uniform_int_distribution<int> pick(first, last);
   for (int attempt = 0; attempt < 200; ++attempt) {
     const int base = pick(rng);
     bool free = true;

@@ -8,7 +8,7 @@ namespace velora_test {
 
 // A block of `count` consecutive TCP ports that are free on loopback right
 // now, picked at random so that test processes running side by side rarely
-// collide.
+// collide, and outside the range the kernel hands out to client sockets.
 int findFreePortBlock(int count = 10);
 
 struct HttpReply {
