@@ -1,8 +1,10 @@
 #!/usr/bin/env bash
-# Installs the Debian packages the build needs; with --tests, also what the
-# tests need (daemons they start, the browser and Node.js for the web remote's
-# end-to-end test). Idempotent: a package that is already installed is
-# skipped, so a warm machine costs a dpkg query and nothing else.
+# Installs the Debian packages the build needs (ccache and lld among them:
+# CMake compiles through the one and links with the other when present); with
+# --tests, also what the tests need (daemons they start, the browser and
+# Node.js for the web remote's end-to-end test). Idempotent: a package that
+# is already installed is skipped, so a warm machine costs a dpkg query and
+# nothing else.
 set -euo pipefail
 
 for_tests=0
@@ -13,6 +15,7 @@ build_pkgs=(
   libcpprest-dev libboost-system-dev libboost-thread-dev libboost-chrono-dev
   libssl-dev uuid-dev zlib1g-dev libavahi-compat-libdnssd-dev
   libgtest-dev libgmock-dev curl libtag1-dev
+  ccache lld
 )
 # Daemons the tests start themselves (publication over DNS-SD), the browser
 # that the web remote's end-to-end test drives, and clang for the fuzz targets.

@@ -14,12 +14,7 @@ set(VELORA_DISCOVERY_DIR ${CMAKE_CURRENT_LIST_DIR})
 
 function(velora_discovery_program target)
   add_executable(${target} ${ARGN})
-  target_link_libraries(${target} PRIVATE velora_test_support GTest::gtest)
-  # Same code model as the library's objects, so their precompiled header fits.
-  set_target_properties(${target} PROPERTIES POSITION_INDEPENDENT_CODE OFF)
-  target_compile_options(${target} PRIVATE -fPIC)
-  target_precompile_headers(${target} REUSE_FROM velora_core)
-  velora_warnings(${target})
+  velora_test_program(${target})
 endfunction()
 
 velora_discovery_program(velora_discovery_no_daemon_tests
