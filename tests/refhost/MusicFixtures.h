@@ -13,7 +13,6 @@
 #include <taglib/mpegfile.h>
 #include <taglib/tpropertymap.h>
 #include <taglib/wavfile.h>
-#include <zlib.h>
 
 #include <cstdint>
 #include <cstdlib>
@@ -143,31 +142,27 @@ inline void applyTags(const std::string& path, const Tags& tags) {
     if (!ref.save()) throw std::runtime_error("TagLib cannot save " + path);
   }
   if (tags.picture.empty()) return;
-  const TagLib::ByteVector data(tags.picture.data(), static_cast<unsigned>(tags.picture.size()));
   const bool png = refhost::imageKindOf(tags.picture) == refhost::ImageKind::Png;
-  const char* mime = png ? "image/png" : "image/jpeg";
-  if (path.size() > 4 && path.compare(path.size() - 4, 4, ".mp3") == 0) {
-    TagLib::MPEG::File file(path.c_str());
-    auto* frame = new TagLib::ID3v2::AttachedPictureFrame;  // the tag takes ownership
-    frame->setType(TagLib::ID3v2::AttachedPictureFrame::FrontCover);
-    frame->setMimeType(mime);
-    frame->setPicture(data);
-    file.ID3v2Tag(true)->addFrame(frame);
-    if (!file.save()) throw std::runtime_error("cannot add a picture to " + path);
-  } else if (path.size() > 5 && path.compare(path.size() - 5, 5, ".flac") == 0) {
+  auto* frame = new TagLib::ID3v2::AttachedPictureFrame;  // the tag takes ownership
+  frame->setType(TagLib::ID3v2::AttachedPictureFrame::FrontCover);
+  frame->setMimeType(png ? "image/png" : "image/jpeg");
+  frame->setPicture(
+      TagLib::ByteVector(tags.picture.data(), static_cast<unsigned>(tags.picture.size())));
+  if (path.size() > 5 && path.compare(path.size() - 5, 5, ".flac") == 0) {
     TagLib::FLAC::File file(path.c_str());
     auto* picture = new TagLib::FLAC::Picture;  // the file takes ownership
     picture->setType(TagLib::FLAC::Picture::FrontCover);
-    picture->setMimeType(mime);
-    picture->setData(data);
+    picture->setMimeType(frame->mimeType());
+    picture->setData(frame->picture());
+    delete frame;
     file.addPicture(picture);
+    if (!file.save()) throw std::runtime_error("cannot add a picture to " + path);
+  } else if (path.size() > 4 && path.compare(path.size() - 4, 4, ".mp3") == 0) {
+    TagLib::MPEG::File file(path.c_str());
+    file.ID3v2Tag(true)->addFrame(frame);
     if (!file.save()) throw std::runtime_error("cannot add a picture to " + path);
   } else {
     TagLib::RIFF::WAV::File file(path.c_str());
-    auto* frame = new TagLib::ID3v2::AttachedPictureFrame;  // the tag takes ownership
-    frame->setType(TagLib::ID3v2::AttachedPictureFrame::FrontCover);
-    frame->setMimeType(mime);
-    frame->setPicture(data);
     file.ID3v2Tag()->addFrame(frame);
     if (!file.save()) throw std::runtime_error("cannot add a picture to " + path);
   }
@@ -257,84 +252,6 @@ struct MusicFolder {
                harbourPicture});
   }
 };
-
-// The chunks of a PNG file, with each CRC checked; throws on anything wrong.
-struct PngInfo {
-  int width = 0, height = 0, bitDepth = 0, colourType = 0;
-  std::string pixels;             // the inflated IDAT data, filter byte first on each row
-  std::vector<std::uint8_t> rgb;  // the picture itself, 3 bytes a pixel
-};
-
-inline std::uint32_t bigEndian32(const std::string& bytes, std::size_t at) {
-  return (static_cast<std::uint32_t>(static_cast<unsigned char>(bytes[at])) << 24) |
-         (static_cast<std::uint32_t>(static_cast<unsigned char>(bytes[at + 1])) << 16) |
-         (static_cast<std::uint32_t>(static_cast<unsigned char>(bytes[at + 2])) << 8) |
-         static_cast<std::uint32_t>(static_cast<unsigned char>(bytes[at + 3]));
-}
-
-inline PngInfo parsePng(const std::string& bytes) {
-  if (bytes.compare(0, 8, std::string("\x89PNG\r\n\x1a\n", 8)) != 0) {
-    throw std::runtime_error("no PNG signature");
-  }
-  PngInfo info;
-  std::string packed;
-  std::size_t at = 8;
-  bool ended = false;
-  while (!ended) {
-    if (at + 12 > bytes.size()) throw std::runtime_error("truncated chunk");
-    const std::uint32_t length = bigEndian32(bytes, at);
-    if (at + 12 + length > bytes.size()) throw std::runtime_error("chunk runs past the end");
-    const std::string type = bytes.substr(at + 4, 4);
-    const std::string data = bytes.substr(at + 8, length);
-    const uLong crc = ::crc32(::crc32(0L, Z_NULL, 0),
-                              reinterpret_cast<const Bytef*>(bytes.data() + at + 4), length + 4);
-    if (crc != bigEndian32(bytes, at + 8 + length)) throw std::runtime_error("bad CRC in " + type);
-    if (type == "IHDR") {
-      info.width = static_cast<int>(bigEndian32(data, 0));
-      info.height = static_cast<int>(bigEndian32(data, 4));
-      info.bitDepth = static_cast<unsigned char>(data[8]);
-      info.colourType = static_cast<unsigned char>(data[9]);
-    } else if (type == "IDAT") {
-      packed += data;
-    } else if (type == "IEND") {
-      ended = true;
-    }
-    at += 12 + length;
-  }
-  if (at != bytes.size()) throw std::runtime_error("bytes after IEND");
-  uLongf size = static_cast<uLongf>(info.height) * (static_cast<uLongf>(info.width) * 3 + 1);
-  info.pixels.assign(size, '\0');
-  if (::uncompress(reinterpret_cast<Bytef*>(&info.pixels[0]), &size,
-                   reinterpret_cast<const Bytef*>(packed.data()),
-                   static_cast<uLong>(packed.size())) != Z_OK) {
-    throw std::runtime_error("IDAT does not inflate to the image size");
-  }
-  info.pixels.resize(size);
-  // Undo the row filters, so that a fault in how rows were filtered shows as
-  // a wrong picture rather than passing unnoticed.
-  const std::size_t stride = static_cast<std::size_t>(info.width) * 3;
-  info.rgb.assign(stride * static_cast<std::size_t>(info.height), 0);
-  for (std::size_t y = 0; y < static_cast<std::size_t>(info.height); ++y) {
-    const auto filter = static_cast<unsigned char>(info.pixels[y * (stride + 1)]);
-    if (filter > 4) throw std::runtime_error("unknown filter type");
-    for (std::size_t x = 0; x < stride; ++x) {
-      const int a = x >= 3 ? info.rgb[y * stride + x - 3] : 0;
-      const int b = y > 0 ? info.rgb[(y - 1) * stride + x] : 0;
-      const int c = x >= 3 && y > 0 ? info.rgb[(y - 1) * stride + x - 3] : 0;
-      int predicted = 0;
-      if (filter == 1) predicted = a;
-      if (filter == 2) predicted = b;
-      if (filter == 3) predicted = (a + b) / 2;
-      if (filter == 4) {
-        const int p = a + b - c, pa = std::abs(p - a), pb = std::abs(p - b), pc = std::abs(p - c);
-        predicted = pa <= pb && pa <= pc ? a : pb <= pc ? b : c;
-      }
-      info.rgb[y * stride + x] = static_cast<std::uint8_t>(
-          static_cast<unsigned char>(info.pixels[y * (stride + 1) + 1 + x]) + predicted);
-    }
-  }
-  return info;
-}
 
 inline std::string readFile(const std::string& path) {
   std::ifstream in(path, std::ios::binary);

@@ -1,6 +1,5 @@
 #include <atomic>
 #include <chrono>
-#include <iostream>
 #include <random>
 #include <stdexcept>
 #include <thread>
@@ -175,9 +174,6 @@ TEST_F(FaultTest, ListenersLeavingWhileFiredKeepTheRegistryWhole) {
   std::this_thread::sleep_for(kSanitized ? 3s : 1500ms);
   stop = true;
   for (auto& t : threads) t.join();
-  std::cout << "[fault] " << answered.load() << " pings while listeners left and came back; "
-            << leaver.pings.load() << " reached the leaver, " << counter.pings.load()
-            << " the counter, " << host.count("onPing") << " the host" << std::endl;
   EXPECT_EQ(0, wrong.load());
   EXPECT_GT(answered.load(), 50);
   EXPECT_GT(leaver.pings.load(), 1);
@@ -293,9 +289,6 @@ TEST_F(FaultTest, ShutdownAndRestartUnderLoad) {
 
   Tally all;
   for (const Tally& t : tallies) all.merge(t);
-  std::cout << "[restart] " << cycles + 1 << " restarts under load, longest shutdown "
-            << std::chrono::duration_cast<std::chrono::milliseconds>(longest).count() << " ms; "
-            << all.summary() << std::endl;
   EXPECT_EQ(0, all.unexpected()) << all.samples();
   EXPECT_LT(longest, 2500ms);
 

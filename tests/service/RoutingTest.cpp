@@ -7,10 +7,20 @@
 #include "support/RoutedService.h"
 
 using namespace velora_test;
+using web::json::value;
 
 namespace {
 
-class RoutingTest : public RoutedService {};
+class RoutingTest : public RoutedService {
+ protected:
+  value authenticate(int code, const std::string& extra = "&name=My%20Phone&version=3") {
+    const HttpReply reply = get("/authenticate?code=" + std::to_string(code) + extra);
+    EXPECT_EQ(200, reply.status);
+    EXPECT_EQ("", reply.header("Access-Control-Allow-Origin"));
+    return value::parse(reply.body);
+  }
+  value disconnectDocument() { return value::parse(get("/status").body).at("disconnect"); }
+};
 
 TEST(RouteTable, EveryRowIsReachableAndUnique) {
   std::set<std::string> seen;
@@ -18,10 +28,8 @@ TEST(RouteTable, EveryRowIsReachableAndUnique) {
     const std::string segment = row.segment;
     EXPECT_TRUE(seen.insert(segment).second) << "duplicate " << segment;
     EXPECT_NE(nullptr, row.handler) << segment;
-    if (row.lowerCase) {
-      EXPECT_EQ(utility::conversions::str_tolower(segment), segment)
-          << segment << " can never match once lower-cased";
-    }
+    EXPECT_TRUE(!row.lowerCase || utility::conversions::str_tolower(segment) == segment)
+        << segment << " can never match once lower-cased";
   }
   EXPECT_EQ("authenticate", std::string(VeloraRestService::routeTable().front().segment));
 }
@@ -30,10 +38,8 @@ TEST(RouteTable, EveryRowIsReachableAndUnique) {
 // HTTP library's would change which keys a handler sees.
 TEST(RouteSplitting, AgreesWithTheHttpLibraryOnEveryShape) {
   std::vector<std::string> cases = {
-      "",        "/",           "//",          "/ping", "/a//b/", "a/b", "/%2F/x",
-      "k=v",     "k=v&",        "&k=v",        "=v",    "k=",     "k",   "a=1&a=2",
-      "a=1;b=2", "a=1&b=2;c=3", "a=1;b=2&c=3", "a==b",  "&&",     ";;",  "x=%26&y",
-  };
+      "",  "/",       "//",      "/a//b/",      "a/b",  "/%2F/x", "k=v&", "&k=v",   "=v",
+      "k", "a=1&a=2", "a=1;b=2", "a=1&b=2;c=3", "a==b", "&&",     ";;",   "x=%26&y"};
   std::mt19937 rng(7);
   const std::string alphabet = "ab/=&;%2 ";
   for (int i = 0; i < 5000; ++i) {
@@ -47,74 +53,163 @@ TEST(RouteSplitting, AgreesWithTheHttpLibraryOnEveryShape) {
   }
 }
 
-TEST_F(RoutingTest, UnknownFirstSegmentsAnswer400WithThePath) {
-  const HttpReply reply = get("/nowhere/at%20all?x=1");
-  EXPECT_EQ(400, reply.status);
-  EXPECT_EQ("\"/nowhere/at all\"", reply.body);
-  EXPECT_EQ("*", reply.header("Access-Control-Allow-Origin"));
-  EXPECT_EQ(400, get("/").status);
-  EXPECT_TRUE(host.calls().empty());
-}
+TEST_F(RoutingTest, RoutesAnswerByTheHostsStatusWithTheirOwnTexts) {
+  expectRoutes({
+      {"/nowhere/at%20all?x=1", "", 400, R"("/nowhere/at all")"},
+      {"/", "", 400, nullptr},
+      {"/Ping", "", 400, nullptr},  // case matters, except for the player routes
+      {"/pairing", "onPairing", 200, nullptr, 3, 401, R"("Ping FAILED")"},
+      {"/save", "onSave", 200, nullptr, 3, 401, R"("Save FAILED")"},
+      {"/quit", "onQuit", 200, nullptr, 3, 401, R"("Quit FAILED")"},
+      {"/ping", "onPing", 200, R"("SUCCESS")", 3, 401, R"("Ping FAILED")"},
+      {"/getHeartbeat", "onGetHeartbeat", 200, nullptr, 3, 401, R"("GetHeartbeat FAILED")"},
+      {"/PlayerPing", "onPlayerPing", 200, "", 3, 401, R"("handlePlayerPing FAILED")"},
+      {"/PLAYERHEARTBEAT", "onPlayerHeartbeat", 200, nullptr, 3, 401,
+       R"("handlePlayerHeartBeat FAILED")"},
+      {"/playerpause", "onPlayerPause", 200, nullptr, 3, 401, R"("handlePlayerPause FAILED")"},
+      {"/log?message=hello", "", 200, R"("")"},
+      {"/debug", "", 200, R"("")"},
+      {"/authenticate?name=x", "", 400, nullptr},
+      {"/authenticate?code=abc", "", 500, nullptr},
+      {"/nowhere/%22hi%22", "", 400, R"("/nowhere/\"hi\"")"},
+      // The inline areas: sound stages, playback and settings.
+      {"/irc?enable=1&gain=5", "onSetIRCState true"},
+      {"/irc?gain=5", "onSetIRCGain 5"},
+      {"/irc/gain", "onRequestIRCGain"},
+      {"/irc/list", "onRequestIRCPresetList"},
+      {"/equalizer/list", "onRequestEQPresetList"},
+      {"/ooyh/state", "onRequestHPState"},
+      {"/ac/getpreset", "onRequestACPreset"},
+      {"/ac?enable=yes", "onSetACState false"},
+      {"/equalizer/list?enable=true", "onSetEQState true"},
+      {"/equalizer/gain", ""},  // gain is the IRC stage's alone
+      {"/ooyh/anything", ""},
+      {"/irc", "", 500, nullptr},
+      {"/irc?gain=loud", "", 500, nullptr},
+      {"/irc?gain=99999999999", "", 500, nullptr},
+      {"/EQUALIZER/list", "", 400, nullptr},
 
-TEST_F(RoutingTest, CaseMattersExceptForThePlayerRoutes) {
-  EXPECT_EQ(400, get("/Ping").status);
-  EXPECT_EQ(0, host.count("onPing"));
-  EXPECT_EQ("\"SUCCESS\"", get("/ping").body);
+      {"/playback?volume=40&mute=true", "onSetVolume 40"},
+      {"/playback?mute=1", "onSetMute true"},
+      {"/playback/play?itemid=t9&item=3", "onPlaybackCommand {0,3,'t9'}"},
+      {"/playback/pause?itemid=t9&item=3", "onPlaybackCommand {1,0,'t9'}"},
+      {"/playback/pause", "onPlaybackCommand {1,0,''}"},
+      {"/playback/next", "onNext"},
+      {"/playback/previous", "onPrevious"},
+      {"/playback/mode?mode=2", "onSetMode {2}"},
+      // A move names its track only when the client's id comes along.
+      {"/playback/move?trackid=t1&position=4", "onMoveTrack '' 4"},
+      {"/playback/move?trackid=t1&position=4&token=x", "onMoveTrack 't1' 4"},
+      {"/playback", "", 200, R"("")"},
+      {"/playback?volume=loud", "", 500, nullptr},
+      {"/playback/play", "", 400, nullptr},
+      {"/playback/mode", "", 400, nullptr},
+      {"/playback/move?trackid=t1", "", 500, nullptr},
+      {"/settings/output?name=My%20DAC", "onSetOutputDevice 'My DAC'", 200, R"("")"},
+      {"/settings/output", "onRequestOutputDevices", 200, R"("")"},
+      {"/settings/values?mqa=1&upsample=0", "onRequestSettingsValues", 200, R"("")"},
+      {"/settings/values?mqa=1&upsample=0&dsp=2", "onSetSettingsValues true false false", 200,
+       R"("")"},
+      {"/settings", "", 500, nullptr},
 
-  const HttpReply player = get("/PlayerPing");
-  EXPECT_EQ(200, player.status);
-  EXPECT_EQ("", player.body);  // nothing stored yet
-  EXPECT_EQ(1, host.count("onPlayerPing"));
-  EXPECT_EQ(200, get("/PLAYERHEARTBEAT").status);
-  EXPECT_EQ(1, host.count("onPlayerHeartbeat"));
-}
-
-TEST_F(RoutingTest, ClientControlAnswersByTheHostsStatus) {
-  struct Case {
-    const char* target;
-    const char* callback;
-    const char* failure;
-  };
-  const Case cases[] = {
-      {"/pairing", "onPairing", "Ping FAILED"},
-      {"/save", "onSave", "Save FAILED"},
-      {"/quit", "onQuit", "Quit FAILED"},
-      {"/ping", "onPing", "Ping FAILED"},
-      {"/getHeartbeat", "onGetHeartbeat", "GetHeartbeat FAILED"},
-      {"/playerping", "onPlayerPing", "handlePlayerPing FAILED"},
-      {"/playerheartbeat", "onPlayerHeartbeat", "handlePlayerHeartBeat FAILED"},
-      {"/playerpause", "onPlayerPause", "handlePlayerPause FAILED"},
-  };
-  for (const Case& c : cases) {
-    host.answer(c.callback, 3);
-    const HttpReply refused = get(c.target);
-    EXPECT_EQ(401, refused.status) << c.target;
-    EXPECT_EQ(std::string("\"") + c.failure + "\"", refused.body) << c.target;
-    host.answer(c.callback, 0);
-    EXPECT_EQ(200, get(c.target).status) << c.target;
-  }
-}
-
-TEST_F(RoutingTest, PlayerAnswersComeFromTheirSlots) {
-  host.onCall("onPlayerPing", [this] { s.setPlayerResponse(R"({"playing":true})"); });
-  EXPECT_EQ(R"({"playing":true})", get("/playerping").body);
-  host.onCall("onGetHeartbeat", [this] { s.setGetHeartbeatResponse(R"({"beat":1})"); });
-  EXPECT_EQ(R"({"beat":1})", get("/getHeartbeat").body);
-  host.onCall("onPlayerPlay", [] {});
-  EXPECT_EQ(R"({"playing":true})", get("/playerplay?playState=play&itemID=t7").body);
-  EXPECT_EQ("'play' 't7'", host.last("onPlayerPlay"));
-}
-
-TEST_F(RoutingTest, LogAndDebugOnlyAcknowledge) {
-  EXPECT_EQ("\"\"", get("/log?message=hello").body);
-  EXPECT_EQ("\"\"", get("/debug").body);
-  EXPECT_TRUE(host.calls().empty());
-}
-
-TEST_F(RoutingTest, PutAndDeleteAreAlwaysAcknowledged) {
+  });
   EXPECT_EQ(200, httpRequest(port, "PUT", "/ping", "x").status);
   EXPECT_EQ(200, httpRequest(port, "DELETE", "/status").status);
-  EXPECT_TRUE(host.calls().empty());
+  EXPECT_EQ("", calls());
+
+  const HttpReply failure = get("/nowhere");
+  EXPECT_EQ("application/json", failure.header("Content-Type"));
+  EXPECT_EQ("*", failure.header("Access-Control-Allow-Origin"));
+  EXPECT_EQ("*", failure.header("Access-Control-Allow-Methods"));
+  EXPECT_EQ("Origin,Content-Type,Accept,X-Requested-With",
+            failure.header("Access-Control-Allow-Headers"));
+
+  expectAnswers({
+      {"onPlayerPing", [](auto& s) { s.setPlayerResponse(R"({"playing":true})"); }, "/playerping",
+       R"({"playing":true})"},
+      {"onGetHeartbeat", [](auto& s) { s.setGetHeartbeatResponse(R"({"beat":1})"); },
+       "/getHeartbeat", R"({"beat":1})"},
+      {"onPlayerPlay", [](auto&) {}, "/playerplay?playState=play&itemID=t7", R"({"playing":true})"},
+  });
+  EXPECT_EQ("'play' 't7'", host.last("onPlayerPlay"));
+
+  EXPECT_EQ("null", get("/playback/getvolume").body) << "nothing pushed yet";
+  host.onCall("onRequestVolume", [this] { s.setVolumeLevel(33); });
+  EXPECT_EQ(R"({"volumelevel":33})", get("/playback/getvolume").body);
+  EXPECT_EQ(R"({"volumelevel":33})", get("/playback/getmode").body);
+  EXPECT_EQ(1, host.count("onRequestMode"));
+  // A client with a token collects the library through "status" instead.
+  const HttpReply withToken = get("/library/genres?token=abc");
+  EXPECT_EQ("", withToken.body);
+  EXPECT_EQ("", withToken.header("Access-Control-Allow-Origin"));
+}
+
+TEST_F(RoutingTest, PairingTakesRepeatedCallsAndTheHostsApproval) {
+  const value first = authenticate(1234);
+  EXPECT_EQ(3u, first.size());
+  EXPECT_FALSE(first.at("authstatus").as_bool());
+  EXPECT_FALSE(first.at("disconnected").as_bool());
+  const std::string token = first.at("token").as_string();
+  EXPECT_EQ(36u, token.size());
+  EXPECT_EQ("onRemoteConnected {1234,'My Phone',3}", calls());
+  EXPECT_EQ(first.serialize(), authenticate(1234).serialize());
+  EXPECT_EQ(1, host.count("onRemoteConnected"));
+
+  Capabilities caps{0x15};
+  s.authenticate(1234, "Velora Studio", caps);
+  EXPECT_EQ("1234 true 3", host.last("onRemoteAuthenticated"));
+  EXPECT_EQ(R"({"token":")" + token + R"(","authstatus":true,"disconnected":false,"name":")" +
+                getHostName() + R"(","product":"Velora Studio","capabilities":21})",
+            authenticate(1234).serialize());
+  EXPECT_EQ(1, host.count("onRemoteConnected"));
+  s.authenticate(99, "x", caps);
+  EXPECT_EQ("99 false 0", host.last("onRemoteAuthenticated"));
+
+  authenticate(5, "&name=" + std::string(60, 'n') + "&version=1");
+  EXPECT_EQ("{5,'" + std::string(39, 'n') + "',1}", host.last("onRemoteConnected"));
+  const std::string status = captureStdout([&] { s.printStatus(); });
+  EXPECT_NE(std::string::npos,
+            status.find("Auth code: 1234 Status: 1 Capabilities: 21 Token: " + token + "\n"));
+  EXPECT_NE(std::string::npos, status.find("Auth code: 5 Status: 0 Capabilities: 0 Token: "));
+}
+
+TEST_F(RoutingTest, DisconnectsReachTheHostOnlyForApprovedClients) {
+  s.Init();
+  const std::string approved = pair(1);
+  const std::string pending = authenticate(2).at("token").as_string();
+  host.clear();
+  EXPECT_EQ(200, get("/disconnect?code=2").status);
+  EXPECT_EQ(0, host.count("onRemoteDisconnected"));
+  EXPECT_EQ(R"({"token":")" + pending + R"(","fromremote":true})",
+            disconnectDocument().serialize());
+  get("/disconnect?code=1");
+  EXPECT_EQ("1", host.last("onRemoteDisconnected"));
+  EXPECT_EQ(R"({"token":")" + approved + R"(","fromremote":true})",
+            disconnectDocument().serialize());
+
+  // A disconnected client that authenticates again is pending once more.
+  const value again = authenticate(1);
+  EXPECT_EQ(approved, again.at("token").as_string());
+  EXPECT_FALSE(again.at("authstatus").as_bool());
+  EXPECT_EQ(200, get("/disconnect").status);          // no code: nothing happens
+  EXPECT_EQ(200, get("/disconnect?code=77").status);  // unknown: nothing either
+  EXPECT_EQ(1, host.count("onRemoteDisconnected"));
+
+  // The host's disconnect of 0 ends every approved client; of another code,
+  // that client once, however many are approved.
+  pair(1);
+  pair(3);
+  pair(4);
+  authenticate(5);
+  host.clear();
+  const std::string log = captureStdout([&] { s.disconnect(0); });
+  EXPECT_EQ(3, host.count("onRemoteDisconnected"));
+  EXPECT_NE(std::string::npos, log.find("Calling disconnect for 3\n")) << log;
+  EXPECT_EQ("false", disconnectDocument().at("fromremote").serialize());
+  pair(6);
+  host.clear();
+  captureStdout([&] { s.disconnect(6); });
+  EXPECT_EQ("onRemoteDisconnected 6", calls());
 }
 
 }  // namespace

@@ -134,20 +134,6 @@ TEST_F(StaticPagesTest, HostDecidesOnFilesNamedByTheirOwnPath) {
   EXPECT_EQ(200, httpGet(port, "/app.js").status);
 }
 
-TEST_F(StaticPagesTest, OtherMethodsAreAcknowledged) {
-  EXPECT_EQ(200, httpRequest(port, "PUT", "/anything", "{}").status);
-  EXPECT_EQ(200, httpRequest(port, "DELETE", "/anything").status);
-  EXPECT_EQ(403, httpRequest(port, "POST", "/equalizer/setpreset", "{}").status);
-}
-
-TEST_F(StaticPagesTest, OddRequestsGetAnAnswerAndServingGoesOn) {
-  const std::string huge(16 * 1024, 'a');
-  EXPECT_NE(0, httpGet(port, "/" + huge).status);
-  EXPECT_NE(0, httpGet(port, "/%zz%%/..%").status);
-  EXPECT_NE(0, httpGet(port, "/%ff%fe%00").status);
-  EXPECT_EQ(200, httpGet(port, "/app.js").status);
-}
-
 // Asks for `target` `times` over one keep-alive connection, as a browser
 // does; counts the replies that are 200 with exactly `expected` as body.
 int pagesOverOneConnection(int port, const std::string& target, const std::string& expected,

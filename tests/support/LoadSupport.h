@@ -93,6 +93,7 @@ class Gate {
 // The form a reply's body must have.
 enum class Body {
   Text,         // the JSON string `text`
+  AnyText,      // any JSON string
   Json,         // any JSON
   JsonOrEmpty,  // any JSON, or nothing (a null slot)
   Empty,        // nothing
@@ -122,6 +123,8 @@ inline bool bodyFits(const Allowed& a, const std::string& body, const std::strin
   switch (a.body) {
     case Body::Text:
       return body == "\"" + a.text + "\"";
+    case Body::AnyText:
+      return parses(body, &v) && v.is_string();
     case Body::Json:
       return !body.empty() && parses(body);
     case Body::JsonOrEmpty:

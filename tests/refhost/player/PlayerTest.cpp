@@ -57,7 +57,6 @@ using TransportClock = Fixture;
 using Queue = Fixture;
 using Playlists = Fixture;
 using Background = Fixture;
-using Settings = Fixture;
 
 }  // namespace
 
@@ -145,19 +144,6 @@ TEST_F(TransportClock, PreviousRestartsAPlayedTrackAndOtherwiseGoesBack) {
   EXPECT_EQ(current(), "a1");
 }
 
-TEST_F(TransportClock, VolumeIsClampedAndUnknownItemsChangeNothing) {
-  player.setVolume(140);
-  EXPECT_EQ(player.transport().volume, 100);
-  player.setVolume(-3);
-  EXPECT_EQ(player.transport().volume, 0);
-  EXPECT_FALSE(player.playList("nope", 0));
-  EXPECT_FALSE(player.playList("alA", 3));  // past the end of the album
-  EXPECT_FALSE(player.playTrack("nope"));
-  EXPECT_FALSE(player.play());  // nothing queued yet
-  EXPECT_EQ(player.transport().transport, Transport::Stopped);
-  EXPECT_TRUE(player.queue().empty());
-}
-
 TEST_F(Queue, PlayNextTracksComeFirstThenTheQueueGoesOn) {
   ASSERT_TRUE(player.playList("alA", 0));
   player.addPlayNext("b2");
@@ -170,18 +156,6 @@ TEST_F(Queue, PlayNextTracksComeFirstThenTheQueueGoesOn) {
   advance(25);
   EXPECT_EQ(current(), "a2");
   EXPECT_EQ(player.queueIndex(), 1);
-}
-
-TEST_F(Queue, PlayingATrackJumpsWithinTheQueueOrQueuesItsAlbum) {
-  ASSERT_TRUE(player.playList("p1", 0));
-  EXPECT_EQ(player.queue(), (std::vector<std::string>{"a2", "b1"}));
-  ASSERT_TRUE(player.playTrack("b1"));
-  EXPECT_EQ(player.queue(), (std::vector<std::string>{"a2", "b1"}));
-  EXPECT_EQ(player.queueIndex(), 1);
-  ASSERT_TRUE(player.playTrack("a3"));
-  EXPECT_EQ(player.queue(), (std::vector<std::string>{"a1", "a2", "a3"}));
-  EXPECT_EQ(player.queueIndex(), 2);
-  EXPECT_EQ(current(), "a3");
 }
 
 TEST_F(Queue, MovingTracksKeepsTheCurrentOnePlaying) {
@@ -198,20 +172,6 @@ TEST_F(Queue, MovingTracksKeepsTheCurrentOnePlaying) {
   EXPECT_FALSE(player.moveInQueue("b1", 0));
   ASSERT_TRUE(player.next());
   EXPECT_EQ(current(), "a3");
-}
-
-TEST_F(Queue, StreamedItemsPlayLikeLibraryTracks) {
-  ASSERT_TRUE(player.playList("alA", 0));
-  const std::string id = player.addStreamTrack("991", "Live Set", "DJ Test", "Radio", true);
-  CatalogTrack found;
-  ASSERT_TRUE(player.findTrack(id, found));
-  EXPECT_EQ(found.title, "Live Set");
-  EXPECT_GT(found.duration, 0);
-  ASSERT_TRUE(player.next());
-  EXPECT_EQ(current(), id);
-  player.addStreamTrack("992", "Now", "DJ Test", "Radio", false);
-  EXPECT_EQ(current(), "stream-992");
-  EXPECT_EQ(player.queue().back(), "stream-992");
 }
 
 TEST_F(Playlists, CreatedPlaylistsAreEditedThroughTheCatalog) {
@@ -245,21 +205,6 @@ TEST_F(Playlists, CreatedPlaylistsAreEditedThroughTheCatalog) {
   EXPECT_FALSE(player.deletePlaylist(id));
   EXPECT_TRUE(player.tracksOf(id).empty());
   EXPECT_EQ(player.queue(), (std::vector<std::string>{"a1", "b1"}));
-}
-
-TEST_F(Playlists, EveryListLikeIdResolvesToItsTracks) {
-  EXPECT_EQ(player.tracksOf("m1"), (std::vector<std::string>{"b2", "a1"}));
-  EXPECT_EQ(player.tracksOf("g1").size(), 5u);
-  EXPECT_EQ(player.tracksOf("ar1").size(), 5u);
-  EXPECT_EQ(player.tracksOf("a2"), std::vector<std::string>{"a2"});
-  EXPECT_EQ(player.yearsOf("ar1"), (std::vector<int>{2001, 2005}));
-  // Every track that starts joins the history, most recent last.
-  ASSERT_TRUE(player.playList("m1", 0));
-  ASSERT_TRUE(player.next());
-  const auto history = player.history();
-  ASSERT_EQ(history.size(), 2u);
-  EXPECT_EQ(history[0].trackId, "b2");
-  EXPECT_EQ(history[1].trackId, "a1");
 }
 
 TEST_F(Background, DownloadsProgressPauseResumeAndFinish) {
@@ -301,68 +246,6 @@ TEST_F(Background, DownloadsProgressPauseResumeAndFinish) {
   EXPECT_FALSE(player.startDownload("nope"));
   ASSERT_TRUE(player.removeStashItem("S1"));
   EXPECT_FALSE(player.findStashItem("S1", got));
-}
-
-TEST_F(Background, ScansWalkTheLibraryToTheEndUnlessCancelled) {
-  EXPECT_FALSE(player.startScan("elsewhere"));
-  ASSERT_TRUE(player.startScan("local"));
-  double last = -1;
-  int steps = 0;
-  while (player.scan().running && steps < 100) {
-    advance(1);
-    const ScanStatus s = player.scan();
-    EXPECT_GE(s.percent, last);
-    last = s.percent;
-    ++steps;
-  }
-  EXPECT_FALSE(player.scan().running);
-  EXPECT_DOUBLE_EQ(player.scan().percent, 100);
-  EXPECT_NE(player.scan().message.find("5 tracks"), std::string::npos);
-  EXPECT_GT(steps, 1);  // it took a while, not one step
-
-  ASSERT_TRUE(player.startScan("itunes"));
-  advance(1);
-  ASSERT_TRUE(player.cancelScan());
-  EXPECT_FALSE(player.scan().running);
-  EXPECT_LT(player.scan().percent, 100);
-  EXPECT_FALSE(player.cancelScan());
-}
-
-TEST_F(Settings, PresetsDevicesAndOptionsRejectWhatTheyDoNotKnow) {
-  ASSERT_TRUE(player.selectPreset(StageKind::EQ, "3"));
-  EXPECT_EQ(player.stage(StageKind::EQ).currentPreset()->name, "Loudness");
-  ASSERT_TRUE(player.selectPreset(StageKind::HP, "In-ear"));
-  EXPECT_EQ(player.stage(StageKind::HP).current, 3);
-  EXPECT_FALSE(player.selectPreset(StageKind::AC, "99"));
-  Preset custom{42, "Mine", {Band{1, 100, 1, 1, 0}}};
-  player.applyPreset(StageKind::EQ, custom);
-  EXPECT_EQ(player.stage(StageKind::EQ).current, 42);
-  EXPECT_EQ(player.stage(StageKind::EQ).currentPreset()->bands.size(), 1u);
-  player.setIrcGain(40);
-  EXPECT_EQ(player.ircGain(), 12);
-
-  const std::string before = player.currentDevice();
-  EXPECT_FALSE(player.selectDevice("Nothing"));
-  EXPECT_FALSE(player.selectDevice("Built-in Output", "", "12345"));
-  EXPECT_EQ(player.currentDevice(), before);
-  ASSERT_TRUE(player.selectDevice("Built-in Output", "2", "96000", "256"));
-  EXPECT_EQ(player.currentDevice(), "Built-in Output");
-
-  // A bad value rejects the whole change.
-  EXPECT_FALSE(player.setOptions({{"maxDownloads", "5"}, {"retryCount", "many"}}));
-  EXPECT_EQ(player.options().at("maxDownloads"), "3");
-  ASSERT_TRUE(player.setOptions({{"maxDownloads", "5"}, {"upSample", "1"}, {"dsdGain", ""}}));
-  EXPECT_EQ(player.options().at("maxDownloads"), "5");
-  EXPECT_EQ(player.options().at("upSample"), "true");
-  EXPECT_TRUE(player.settingsValues().upsample);  // the same switch
-  player.setSettingsValues({false, false, true});
-  EXPECT_EQ(player.options().at("mqa"), "false");
-
-  EXPECT_TRUE(player.login("demo", "wrong").empty());
-  EXPECT_FALSE(player.login("demo", "demo").empty());
-  EXPECT_EQ(player.user(), "demo");
-  player.logout();
-  EXPECT_TRUE(player.userToken().empty());
 }
 
 // Service worker threads and the ticker call in together; the queue and the
