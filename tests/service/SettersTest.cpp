@@ -148,7 +148,7 @@ TEST_F(Setters, AnswersAndNullItemsWakeNobody) {
   EXPECT_EQ(R"({"devices":["DAC"],"current":"DAC"})", get("/getDevices").body);
 
   s.setGetLocalLibraryTracks({}, "etag-2", 0, 0);
-  EXPECT_EQ(R"({"tracks":[],"itemCount":0,"totalCount":0,"etag":"etag-2"})",
+  EXPECT_EQ(R"({"tracks":[],"itemCount":0,"totalCount":0,"etag":"etag-2","artworkdata":null})",
             get("/getLocalLibrary?id=tracks").body)
       << "every page lands under \"tracks\", whatever it lists";
   Track* t = Track::getTrack("t1");
