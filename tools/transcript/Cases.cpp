@@ -4,6 +4,7 @@
 // status run once per status. Order matters: a "status" poll empties the
 // documents and answers, and the connection cases build on one another.
 
+#include <cstdio>
 #include <regex>
 
 #include "Recorder.h"
@@ -753,6 +754,34 @@ void statusCases(Table& t, Env& env, bool paired) {
   if (paired) t.get("/changes?token=${token1001}&wait=0&since=0");
 }
 
+// The feed compresses a large reply for a client that accepts gzip.
+void bigFeedCases(Table& t, Env& env) {
+  auto* service = env.service;
+  t.host("setTrackList(400 tracks)", [service] {
+    std::vector<Track*> tracks;
+    for (int i = 0; i < 400; ++i) {
+      Track* track = Track::getTrack(VeloraSourceLocal, ("q" + std::to_string(i)).c_str());
+      track->setTrackName(("Track number " + std::to_string(i)).c_str());
+      track->setArtistName("Queue Artist");
+      tracks.push_back(track);
+    }
+    service->getLibraryService()->setTrackList(tracks, 0);
+    for (Track* track : tracks) track->Release();
+  });
+  t.get("/changes?token=${token1001}&wait=0").headers = {{"Accept-Encoding", "gzip"}};
+}
+
+// Without an index page the root is just another unknown path.
+void rootWithoutIndexCase(Table& t, const std::string& pages) {
+  Case& c = t.get("/");
+  c.host = [pages] {
+    std::rename((pages + "/index.html").c_str(), (pages + "/index.off").c_str());
+  };
+  c.after = [pages](const Reply&) {
+    std::rename((pages + "/index.off").c_str(), (pages + "/index.html").c_str());
+  };
+}
+
 void unknownAndPageCases(Table& t, Env& env) {
   for (const char* p : {"/",
                         "/index.html",
@@ -776,6 +805,7 @@ void unknownAndPageCases(Table& t, Env& env) {
                         "/index.html%00.png"}) {
     t.get(p);
   }
+  rootWithoutIndexCase(t, env.pagesDir);
   for (const char* p : {"/Ping", "/PING", "/nosuch", "/no%20such/path?x=1", "/%C3%A9t%C3%A9",
                         "/getdevices", "/GetDevices", "/Authenticate?code=1", "/Disconnect?code=1",
                         "/Settings/output", "/changesx", "/statusx"}) {
@@ -979,6 +1009,7 @@ std::vector<Case> buildCases(Env& env) {
   t.get("/status");
   unknownAndPageCases(t, env);
   statusCases(t, env, true);
+  bigFeedCases(t, env);
   return t.cases;
 }
 

@@ -259,6 +259,7 @@ int main(int argc, char** argv) {
 
   char dirTemplate[] = "/tmp/velora-transcript-host-XXXXXX";
   Env env;
+  env.pagesDir = pages.string();
   env.hostDir = ::mkdtemp(dirTemplate);
   writeFile(fs::path(env.hostDir) / "allowed.txt", "a file of the host\n");
   writeFile(fs::path(env.hostDir) / "cover.jpg", "JPEG");

@@ -58,7 +58,8 @@ struct Case {
 struct Env {
   IVeloraRemoteCoordinator* service = nullptr;
   Host* host = nullptr;
-  std::string hostDir;  // a folder of files the host may serve by path
+  std::string pagesDir;  // the service's pages, beside the executable
+  std::string hostDir;   // a folder of files the host may serve by path
   std::map<std::string, std::string> vars;
 };
 
