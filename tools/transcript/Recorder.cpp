@@ -14,6 +14,8 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <zlib.h>
+
 #include <boost/asio/connect.hpp>
 #include <boost/asio/ip/tcp.hpp>
 #include <boost/beast/core.hpp>
@@ -112,6 +114,25 @@ Reply send(int port, const Case& c, const std::string& target) {
     return x < y;
   });
   return reply;
+}
+
+// A gzip body unpacked; empty when it is not gzip.
+std::string gunzip(const std::string& packed) {
+  z_stream z{};
+  if (inflateInit2(&z, 15 + 16) != Z_OK) return {};
+  z.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(packed.data()));
+  z.avail_in = static_cast<uInt>(packed.size());
+  std::string out;
+  char buffer[16384];
+  int rc = Z_OK;
+  while (rc == Z_OK) {
+    z.next_out = reinterpret_cast<Bytef*>(buffer);
+    z.avail_out = sizeof buffer;
+    rc = inflate(&z, Z_NO_FLUSH);
+    out.append(buffer, sizeof buffer - z.avail_out);
+  }
+  inflateEnd(&z);
+  return rc == Z_STREAM_END ? out : std::string();
 }
 
 // Bytes as one line: printable ASCII as it is, everything else escaped.
@@ -339,10 +360,19 @@ int main(int argc, char** argv) {
     if (!c.body.empty()) record << "> body " << escape(substitute(c.body, env.vars)) << "\n";
     if (hasReply) {
       record << "status " << reply.status << "\n";
+      // A gzip body holds the feed's epoch, which differs from run to run:
+      // it is recorded unpacked, and its packed length not at all.
+      bool gzip = false;
+      for (const auto& [name, value] : reply.headers) gzip |= value == "gzip";
       for (const auto& [name, value] : reply.headers) {
-        record << "header " << name << ": " << escape(value) << "\n";
+        const bool packedLength = gzip && (name == "Content-Length" || name == "content-length");
+        record << "header " << name << ": " << (packedLength ? "(gzip)" : escape(value)) << "\n";
       }
-      record << "body " << (reply.body.empty() ? "(empty)" : escape(reply.body)) << "\n";
+      if (gzip) {
+        record << "body (gunzipped) " << escape(gunzip(reply.body)) << "\n";
+      } else {
+        record << "body " << (reply.body.empty() ? "(empty)" : escape(reply.body)) << "\n";
+      }
     }
     const auto calls = host.calls();
     for (size_t i = callsBefore; i < calls.size(); ++i)
