@@ -143,7 +143,7 @@ class FuzzService {
       : service(std::make_unique<VeloraRestService>(
             VeloraRestService::Options{std::make_shared<SilentNotifier>(), pagesFolder()})) {
     host.attach(*service);
-    auto client = service->createConnection(kClientCode, "Fuzz", 3);
+    auto client = service->connections().createConnection(kClientCode, "Fuzz", 3);
     std::snprintf(client->token, sizeof client->token, "%s", kClientToken);
     Capabilities caps{7};
     service->authenticate(kClientCode, "Velora Fuzz", caps);
@@ -180,15 +180,7 @@ inline int handle(VeloraRestService& s, const web::http::method& method, const s
   s.Notify();
 
   auto replied = request.get_response();
-  if (method == web::http::methods::GET) {
-    s.handle_get(request);
-  } else if (method == web::http::methods::POST) {
-    s.handle_post(request);
-  } else if (method == web::http::methods::PUT) {
-    s.handle_put(request);
-  } else {
-    s.handle_delete(request);
-  }
+  s.router().handle(request);
 
   const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(5);
   for (;;) {

@@ -2,13 +2,13 @@
 #include <iostream>
 #include <iterator>
 
-#include "service/VeloraRestService.h"
+#include "library/LibraryEncoder.h"
 #include "util/Sha1.h"
 #include "util/Support.h"
 
 using web::json::value;
 
-value VeloraRestService::getArtwork(std::string location, std::string id) {
+value Artwork::getArtwork(std::string location, std::string id) {
   std::vector<std::pair<utility::string_t, value>> fields{{"id", value::string(id)}};
   if (location.empty()) return value::object(std::move(fields), true);
 
@@ -48,25 +48,18 @@ value VeloraRestService::getArtwork(std::string location, std::string id) {
   return value::object(std::move(fields), true);
 }
 
-bool VeloraRestService::containedInMap(std::string const& base64, std::string const& location,
+bool Artwork::containedInMap(std::string const& base64, std::string const& location,
                                        std::string& digest) {
-  std::lock_guard<std::mutex> lock(artworkMutex_);
+  std::lock_guard<std::mutex> lock(mutex_);
   // Nothing ever adds a digest, so an empty table spares hashing every picture.
-  if (artworkDigests_.empty()) return false;
+  if (digests_.empty()) return false;
   unsigned char hash[20];
   char hex[41];
   sha1::calc(base64.data(), static_cast<int>(base64.size()), hash);
   sha1::toHexString(hash, hex);
-  auto it = artworkDigests_.find(hex);
-  if (it == artworkDigests_.end()) return false;
+  auto it = digests_.find(hex);
+  if (it == digests_.end()) return false;
   it->second = location;
   digest = hex;
   return true;
-}
-
-void VeloraRestService::setArtworkData(const char* location, const char* id) {
-  // The file is read before the cache is locked; readers are not held up by it.
-  value artwork = getArtwork(utility::conversions::to_string_t(location),
-                             utility::conversions::to_string_t(id));
-  publishState(&StateDocuments::library, "artwork", std::move(artwork));
 }

@@ -1,5 +1,5 @@
 #include "library/LibraryItemsImpl.h"
-#include "service/VeloraRestService.h"
+#include "library/LibraryEncoder.h"
 
 using web::json::value;
 
@@ -25,7 +25,7 @@ value encodeList(const std::vector<Item*>& items, Encode encode) {
 
 }  // namespace
 
-value VeloraRestService::getTrack(TrackImpl* t, bool withArtwork) {
+value LibraryEncoder::getTrack(TrackImpl* t, bool withArtwork) {
   Fields f;
   f.reserve(17);
   f.emplace_back("id", text(t->ID));
@@ -49,7 +49,7 @@ value VeloraRestService::getTrack(TrackImpl* t, bool withArtwork) {
   return ordered(std::move(f));
 }
 
-value VeloraRestService::getAlbum(AlbumImpl* a, bool withArtwork) {
+value LibraryEncoder::getAlbum(AlbumImpl* a, bool withArtwork) {
   Fields f;
   f.reserve(14);
   f.emplace_back("id", text(a->ID));
@@ -69,7 +69,7 @@ value VeloraRestService::getAlbum(AlbumImpl* a, bool withArtwork) {
   return ordered(std::move(f));
 }
 
-value VeloraRestService::getArtist(ArtistImpl* a, bool withArtwork) {
+value LibraryEncoder::getArtist(ArtistImpl* a, bool withArtwork) {
   Fields f;
   f.reserve(10);
   f.emplace_back("id", text(a->ID));
@@ -85,7 +85,7 @@ value VeloraRestService::getArtist(ArtistImpl* a, bool withArtwork) {
   return ordered(std::move(f));
 }
 
-value VeloraRestService::getGenre(GenreImpl* g, bool withArtwork) {
+value LibraryEncoder::getGenre(GenreImpl* g, bool withArtwork) {
   Fields f;
   f.reserve(9);
   f.emplace_back("id", text(g->ID));
@@ -102,7 +102,7 @@ value VeloraRestService::getGenre(GenreImpl* g, bool withArtwork) {
   return ordered(std::move(f));
 }
 
-value VeloraRestService::getPlaylist(PlaylistImpl* p, bool withArtwork) {
+value LibraryEncoder::getPlaylist(PlaylistImpl* p, bool withArtwork) {
   Fields f;
   f.reserve(12);
   f.emplace_back("id", text(p->ID));
@@ -121,34 +121,34 @@ value VeloraRestService::getPlaylist(PlaylistImpl* p, bool withArtwork) {
   return ordered(std::move(f));
 }
 
-value VeloraRestService::getMood(MoodImpl* m) {
+value LibraryEncoder::getMood(MoodImpl* m) {
   return ordered({{"id", text(m->ID)},
                   {"name", text(m->getMoodName())},
                   {"artwork", text(m->getArtworkPath())},
                   {"artworkdata", getArtwork(m->getArtworkPath(), m->artworkID)}});
 }
 
-value VeloraRestService::getTracks(const std::vector<Track*>& list, bool withArtwork) {
+value LibraryEncoder::getTracks(const std::vector<Track*>& list, bool withArtwork) {
   return encodeList<TrackImpl>(list, [&](TrackImpl* t) { return getTrack(t, withArtwork); });
 }
 
-value VeloraRestService::getAlbums(const std::vector<Album*>& list, bool withArtwork) {
+value LibraryEncoder::getAlbums(const std::vector<Album*>& list, bool withArtwork) {
   return encodeList<AlbumImpl>(list, [&](AlbumImpl* a) { return getAlbum(a, withArtwork); });
 }
 
-value VeloraRestService::getArtists(const std::vector<Artist*>& list, bool withArtwork) {
+value LibraryEncoder::getArtists(const std::vector<Artist*>& list, bool withArtwork) {
   return encodeList<ArtistImpl>(list, [&](ArtistImpl* a) { return getArtist(a, withArtwork); });
 }
 
-value VeloraRestService::getPlaylists(const std::vector<Playlist*>& list, bool withArtwork) {
+value LibraryEncoder::getPlaylists(const std::vector<Playlist*>& list, bool withArtwork) {
   return encodeList<PlaylistImpl>(list,
                                   [&](PlaylistImpl* p) { return getPlaylist(p, withArtwork); });
 }
 
-value VeloraRestService::getGenres(const std::vector<Genre*>& list, bool withArtwork) {
+value LibraryEncoder::getGenres(const std::vector<Genre*>& list, bool withArtwork) {
   return encodeList<GenreImpl>(list, [&](GenreImpl* g) { return getGenre(g, withArtwork); });
 }
 
-value VeloraRestService::getMoods(const std::vector<Mood*>& list) {
+value LibraryEncoder::getMoods(const std::vector<Mood*>& list) {
   return encodeList<MoodImpl>(list, [&](MoodImpl* m) { return getMood(m); });
 }

@@ -4,12 +4,8 @@
 #include <pplx/threadpool.h>
 
 #include "discovery/BonjourNotifier.h"
-#include "service/ServerLifetime.h"
 #include "service/VeloraRestService.h"
 #include "util/Support.h"
-
-using web::http::methods;
-using web::http::experimental::listener::http_listener;
 
 int mServicePort = 35699;
 int ZIP_THRESHOLD = 104857600;
@@ -47,7 +43,9 @@ int getSDKVersionInt() { return kVersionNumber; }
 VeloraRestService::VeloraRestService() : VeloraRestService(Options{}) {}
 
 VeloraRestService::VeloraRestService(Options options)
-    : notifier_(std::move(options.notifier)), pagesFolder_(std::move(options.pagesFolder)) {
+    : pagesFolder_(std::move(options.pagesFolder)),
+      pages_(hub_, replies_, pagesFolder_),
+      notifier_(std::move(options.notifier)) {
   useWorkerThreads(kWorkerThreads);
   // Objects keep their keys in insertion order: the service's own documents
   // are built in the order clients know, and host answers pass through as
@@ -69,26 +67,14 @@ VeloraRestService::~VeloraRestService() {
 
 void VeloraRestService::startListening() {
   std::lock_guard<std::mutex> guard(listenerMutex_);
-  keepServersAfterClose();
-  changes_.newEpoch();
+  state_.changes.newEpoch();
   for (port_ = mServicePort; port_ < mServicePort + kPortAttempts; ++port_) {
     const int port = port_;
     try {
       log_str("Try to bind with port:", port);
-      web::uri_builder uri("http://0.0.0.0");
-      uri.set_port(port);
-      listener_ = std::make_shared<http_listener>(uri.to_uri());
-      listener_->support(methods::GET, [this](web::http::http_request r) { handle_get(r); });
-      listener_->support(methods::POST, [this](web::http::http_request r) { handle_post(r); });
-      listener_->support(methods::PUT, [this](web::http::http_request r) { handle_put(r); });
-      listener_->support(methods::DEL, [this](web::http::http_request r) { handle_delete(r); });
-      listener_->open()
-          .then([this, port]() {
-            const int status = notifier_->pubishService(port);
-            std::cout << "Service published on port" << port << " with status " << status
-                      << std::endl;
-          })
-          .wait();
+      transport_.open(port, [this](web::http::http_request r) { router_.handle(std::move(r)); });
+      const int status = notifier_->pubishService(port);
+      std::cout << "Service published on port" << port << " with status " << status << std::endl;
       return;
     } catch (const web::http::http_exception& e) {
       std::cout << "ERROR http_exception unable to bind HTTP listener" << e.what() << std::endl;
@@ -102,35 +88,47 @@ void VeloraRestService::startListening() {
 
 void VeloraRestService::shutdown() {
   std::lock_guard<std::mutex> guard(listenerMutex_);
-  if (!listener_) return;
+  if (!transport_.isOpen()) return;
   // The change wakes one waiting poll with what is pending; every other poll
   // is answered at once rather than after the listener is gone.
   closing_ = true;
   Notify();
-  feed_.releaseAll();
-  changes_.releaseAll();
-  {
-    std::unique_lock<std::mutex> lock(inflightMutex_);
-    drained_.wait_for(lock, std::chrono::seconds(2), [this] { return inflight_ == 0; });
-  }
-  try {
-    listener_->close().wait();
-  } catch (const std::exception& e) {
-    // A listener that never opened has nothing to close.
-  }
-  listener_.reset();
+  state_.feed.releaseAll();
+  state_.changes.releaseAll();
+  replies_.drain(std::chrono::seconds(2));
+  transport_.close();
   closing_ = false;
 }
 
-void VeloraRestService::Notify() { feed_.raise(); }
-
-void VeloraRestService::Init() { cache_.reset(); }
-
 void VeloraRestService::onServicePublishSuccess() {
   int port = mServicePort;
-  remoteListeners_.stable_fire(&IVeloraRemoteServiceListener::onServicePublished, port);
+  hub_.fire(&IVeloraRemoteServiceListener::onServicePublished, port);
 }
 
 void VeloraRestService::onServicePublishError() {
-  remoteListeners_.stable_fire(&IVeloraRemoteServiceListener::onServicePublishFailed);
+  hub_.fire(&IVeloraRemoteServiceListener::onServicePublishFailed);
+}
+
+// The reply helpers send at once; routes return their replies to the router.
+
+void VeloraRestService::returnSuccess(web::http::http_request& request, std::string text) {
+  replies_.send(request, Replies::text(web::http::status_codes::OK, std::move(text)));
+}
+
+void VeloraRestService::returnFailure(web::http::http_request& request, std::string text,
+                                      unsigned short status) {
+  replies_.send(request, Replies::text(status, std::move(text)));
+}
+
+void VeloraRestService::returnValue(web::http::http_request& request, web::json::value& value,
+                                    bool omitNull) {
+  replies_.send(request, replies_.fromCache(value, omitNull));
+}
+
+void VeloraRestService::returnLibrary(web::http::http_request& request, bool hasToken) {
+  replies_.send(request, replies_.library(hasToken));
+}
+
+void VeloraRestService::returnSuccessIfNeeded(web::http::http_request& request) {
+  if (!request.get_response().is_done()) returnSuccess(request, "");
 }

@@ -1,177 +1,120 @@
-#include <algorithm>
-#include <cstdint>
-#include <iostream>
-#include <unordered_map>
+#include "service/Router.h"
 
-#include "playback/Presets.h"
-#include "service/VeloraRestService.h"
+#include "endpoints/EndpointRoutes.h"
+#include "library/LibraryRoutes.h"
+#include "playback/PlaybackRoutes.h"
+#include "service/ServiceRoutes.h"
 
 using web::http::http_request;
+using web::http::http_response;
+using web::http::methods;
 using web::http::status_codes;
-using web::json::value;
 
-// Every request is counted in until its reply is out, and every failure a
-// handler can raise ends here: a missing segment or a malformed number
-// answers 500, like any other error, and the service goes on.
-template <typename F>
-void VeloraRestService::guarded(http_request& request, F&& work) {
-  admit();
+const RouteList& Router::routes() {
+  static const RouteList all = [] {
+    RouteList rows;
+    for (const RouteList* area :
+         {&serviceRoutes(), &transportRoutes(), &presetRoutes(), &libraryRoutes(), &accountRoutes(),
+          &optionsRoutes(), &stashRoutes(), &scanRoutes(), &playlistRoutes()}) {
+      rows.insert(rows.end(), area->begin(), area->end());
+    }
+    return rows;
+  }();
+  return all;
+}
+
+Router::Router(Units& units, StaticPages& pages) : units_(units), pages_(pages) {
+  for (const Route& row : routes()) {
+    const std::string key = std::string(row.method) + " " + row.path;
+    (row.lowerCase ? lower_[utility::conversions::str_tolower(key)] : exact_[key]).push_back(&row);
+  }
+}
+
+void Router::handle(http_request request) {
+  units_.replies.admit();
   try {
-    work();
+    const auto& method = request.method();
+    if (method == methods::GET) {
+      handle_get(request);
+    } else if (method == methods::POST) {
+      handle_post(request);
+    } else if (method == methods::PUT) {
+      handle_put(request);
+    } else {
+      handle_delete(request);
+    }
   } catch (...) {
-    if (!request.get_response().is_done()) send(request, status_codes::InternalError);
+    units_.replies.send(request, status_codes::InternalError);
   }
 }
 
-namespace {
-
-// The table's rows by the first segment they match: rows that ignore case
-// under the lower-cased segment, the others under the segment as it is.
-// When a segment matches one row of each kind, the earlier row wins, as in
-// a walk down the table.
-class RouteIndex {
- public:
-  RouteIndex() {
-    const auto& table = VeloraRestService::routeTable();
-    for (size_t i = 0; i < table.size(); ++i) {
-      (table[i].lowerCase ? lower_ : exact_).emplace(table[i].segment, i);
-    }
+void Router::handle_get(http_request& request) {
+  RouteRequest r(request);
+  if (pages_.serveStaticPage(request, r.decodedPath, Replies::getContentType(r.decodedPath))) {
+    return;
   }
+  const Route* route = find("GET", r);
+  if (route == nullptr)
+    return send(request, Replies::text(status_codes::BadRequest, r.decodedPath));
+  Call call{r, units_};
+  send(request, route->run(call));
+}
 
-  const VeloraRestService::GetRoute* find(const RouteRequest& r) const {
-    size_t best = SIZE_MAX;
-    auto exact = exact_.find(path(r.segments, 0, false));
-    if (exact != exact_.end()) best = exact->second;
-    auto lower = lower_.find(path(r.segments, 0, true));
-    if (lower != lower_.end()) best = std::min(best, lower->second);
-    return best == SIZE_MAX ? nullptr : &VeloraRestService::routeTable()[best];
+void Router::handle_post(http_request& request) {
+  RouteRequest r(request);
+  auto token = r.query.find("token");
+  if (token == r.query.end()) return send(request, http_response(status_codes::Forbidden));
+  // An unknown token is accepted and ignored on purpose.
+  if (!units_.connections.hasConnection(token->second)) {
+    return send(request, http_response(status_codes::OK));
   }
-
- private:
-  std::unordered_map<std::string, size_t> exact_;
-  std::unordered_map<std::string, size_t> lower_;
-};
-
-const VeloraRestService::GetRoute* findRoute(const RouteRequest& r) {
-  static const RouteIndex index;
-  return index.find(r);
+  const Route* route = find("POST", r);
+  if (route == nullptr) return send(request, http_response(status_codes::OK));
+  Call call{r, units_};
+  send(request, route->run(call));
 }
 
-}  // namespace
+void Router::handle_put(http_request& request) { send(request, http_response(status_codes::OK)); }
 
-void VeloraRestService::handle_get(http_request request) {
-  guarded(request, [&] {
-    RouteRequest r(request);
-    if (serveStaticPage(request, r.decodedPath, getContentType(r.decodedPath))) return;
-
-    const GetRoute* route = findRoute(r);
-    if (route == nullptr) {
-      returnFailure(request, r.decodedPath, status_codes::BadRequest);
-      return;
-    }
-    (this->*route->handler)(r);
-    if (!route->answersItself) returnSuccessIfNeeded(request);
-  });
+void Router::handle_delete(http_request& request) {
+  send(request, http_response(status_codes::OK));
 }
 
-void VeloraRestService::handle_post(http_request request) {
-  guarded(request, [&] {
-    RouteRequest r(request);
-    auto token = r.query.find("token");
-    if (token == r.query.end()) {
-      send(request, status_codes::Forbidden);
-      return;
-    }
-    // An unknown token is accepted and ignored on purpose.
-    if (!hasConnection(token->second)) {
-      send(request, status_codes::OK);
-      return;
-    }
-
-    const std::string area = path(r.segments, 0, false);
-    const std::string action = path(r.segments, 1, false);
-    std::function<void(const value&)> work;
-    if (area == "equalizer" && action == "setpreset") {
-      work = [this](const value& body) {
-        std::string name;
-        EQPreset preset = getEQPreset(body, name);
-        equalizerListeners_.stable_fire(&IVeloraEqualizerServiceListener::onApplyEQPreset, preset);
-      };
-    } else if (area == "irc" && action == "setpreset") {
-      work = [this](const value& body) {
-        std::string name;
-        IRCPreset preset = getIRCPreset(body, name);
-        ircListeners_.stable_fire(&IVeloraIRCServiceListener::onApplyIRCPreset, preset);
-      };
-    } else if (area == "artwork" && action == "cachedata") {
-      // A client shares a picture it holds; others collect it with "status".
-      work = [this](const value& body) { publishState(&StateDocuments::library, "artwork", body); };
-    }
-
-    if (work) {
-      // The body is read and applied after the reply; a body that is not
-      // what the route expects is dropped without a word.
-      request.extract_json(true).then([work](pplx::task<value> body) {
-        try {
-          work(body.get());
-        } catch (...) {
-        }
-      });
-    }
-    send(request, status_codes::OK);
-  });
-}
-
-void VeloraRestService::handle_put(http_request request) {
-  guarded(request, [&] { send(request, status_codes::OK); });
-}
-
-void VeloraRestService::handle_delete(http_request request) {
-  guarded(request, [&] { send(request, status_codes::OK); });
-}
-
-void VeloraRestService::conclude(RouteRequest& r, int status, const Outcome& outcome) {
-  if (status == 0) {
-    reply(r, outcome.reply);
-  } else if (status == 7 && outcome.unreachableIs503) {
-    returnFailure(r.http, "Connection to Tarn Server Failed.", status_codes::ServiceUnavailable);
-  } else {
-    returnFailure(r.http, outcome.failure, outcome.failureStatus);
+// The first row that matches, trying in turn: an area's rows that a query
+// key selects, rows of three segments, of two, and of the first alone. Among
+// rows of one path, the earlier row wins; a row that ignores case competes
+// with one that does not by its place in the table.
+const Route* Router::find(const char* method, const RouteRequest& r) const {
+  const std::string prefix = std::string(method) + " ";
+  const std::string first = prefix + path(r.segments, 0, false);
+  auto pick = [&](const std::string& key, bool keyed, bool plain) -> const Route* {
+    const Route* best = nullptr;
+    auto consider = [&](const auto& index, const std::string& k) {
+      auto it = index.find(k);
+      if (it == index.end()) return;
+      for (const Route* row : it->second) {
+        if (row->when.empty() ? !plain : !keyed) continue;
+        bool all = true;
+        for (const char* q : row->when) all = all && r.has(q);
+        if (all && (best == nullptr || row < best)) best = row;
+        if (all) break;
+      }
+    };
+    consider(exact_, key);
+    consider(lower_, utility::conversions::str_tolower(key));
+    return best;
+  };
+  if (const Route* area = pick(first, true, false)) return area;
+  if (r.segments.size() >= 3) {
+    const std::string three = first + "/" + r.segments[1] + "/" + r.segments[2];
+    if (const Route* row = pick(three, true, true)) return row;
   }
+  if (r.segments.size() >= 2) {
+    if (const Route* row = pick(first + "/" + r.segments[1], true, true)) return row;
+  }
+  return pick(first, false, true);
 }
 
-bool VeloraRestService::require(RouteRequest& r, std::initializer_list<const char*> keys,
-                                const char* failure, unsigned short status) {
-  for (const char* key : keys) {
-    if (!r.has(key)) {
-      returnFailure(r.http, failure, status);
-      return false;
-    }
-  }
-  return true;
-}
-
-void VeloraRestService::reply(RouteRequest& r, const SuccessReply& success) {
-  switch (success.kind) {
-    case SuccessReply::Text:
-      returnSuccess(r.http, success.text);
-      break;
-    case SuccessReply::Slot: {
-      std::lock_guard<std::mutex> lock(cache_.stateMutex);
-      returnValue(r.http, cache_.slots.*success.slot, success.omitNull);
-      break;
-    }
-    case SuccessReply::Document: {
-      std::lock_guard<std::mutex> lock(cache_.stateMutex);
-      returnValue(r.http, cache_.docs.*success.document, success.omitNull);
-      break;
-    }
-    case SuccessReply::Player: {
-      // The local-library answer lives under the other mutex; a player
-      // answer is never a library page, so it goes out as it is.
-      std::lock_guard<std::mutex> lock(cache_.playerMutex);
-      sendValue(r.http, cache_.player.*success.player, success.omitNull);
-      break;
-    }
-  }
+void Router::send(http_request& request, Answer answer) {
+  if (answer) units_.replies.send(request, *answer);
 }

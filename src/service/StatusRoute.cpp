@@ -1,55 +1,46 @@
-#include "service/VeloraRestService.h"
+#include "service/ServiceRoutes.h"
 
 using web::http::http_request;
 using web::http::status_codes;
 
+// The long poll. The request does not hold a worker thread while it waits:
+// it is parked in the change feed and answered from there.
+
 namespace {
 constexpr auto kPollWindow = std::chrono::seconds(1);
 
-}  // namespace
+void answerStatusNow(Units& u, http_request& client, ChangeFeed::Clock::time_point deadline,
+                     bool signalled);
 
-// The long poll. The request does not hold a worker thread while it waits:
-// it is parked in the change feed and answered from there.
-void VeloraRestService::routeStatus(RouteRequest& r) {
-  const auto deadline = ChangeFeed::Clock::now() + kPollWindow;
-  http_request request = r.http;
-  if (closing_) {
-    send(request, status_codes::NotModified);
-    return;
-  }
-  feed_.wait(deadline, [this, request, deadline](bool signalled) {
-    answerStatus(request, deadline, signalled);
-  });
-}
-
-void VeloraRestService::answerStatus(http_request request, ChangeFeed::Clock::time_point deadline,
-                                     bool signalled) {
+void answerStatus(Units& u, http_request request, ChangeFeed::Clock::time_point deadline,
+                  bool signalled) {
   // Serialising a large library takes a while; keep it off the feed's thread.
-  pplx::create_task([this, request, deadline, signalled]() {
+  pplx::create_task([&u, request, deadline, signalled]() {
     http_request client = request;
     try {
-      answerStatusNow(client, deadline, signalled);
+      answerStatusNow(u, client, deadline, signalled);
     } catch (...) {
-      send(client, status_codes::InternalError);
+      u.replies.send(client, status_codes::InternalError);
     }
   });
 }
 
-void VeloraRestService::answerStatusNow(http_request& client,
-                                        ChangeFeed::Clock::time_point deadline, bool signalled) {
+void answerStatusNow(Units& u, http_request& client, ChangeFeed::Clock::time_point deadline,
+                     bool signalled) {
   std::optional<ChangeDelivery> delivery;
-  if (signalled || feed_.raised()) {
-    delivery = deliverChanges(cache_, feed_, ZIP_THRESHOLD);
+  if (signalled || u.state.feed.raised()) {
+    delivery = deliverChanges(u.state.cache, u.state.feed, ZIP_THRESHOLD);
   }
   if (!delivery) {
     // Woken, but another poll took the burst: wait out the second
     // (unless the service is closing).
-    if (signalled && !closing_ && ChangeFeed::Clock::now() < deadline) {
-      feed_.wait(deadline,
-                 [this, client, deadline](bool again) { answerStatus(client, deadline, again); });
+    if (signalled && !u.closing && ChangeFeed::Clock::now() < deadline) {
+      u.state.feed.wait(deadline, [&u, client, deadline](bool again) {
+        answerStatus(u, client, deadline, again);
+      });
       return;
     }
-    send(client, status_codes::NotModified);
+    u.replies.send(client, status_codes::NotModified);
     return;
   }
   web::http::http_response response(status_codes::OK);
@@ -59,5 +50,17 @@ void VeloraRestService::answerStatusNow(http_request& client,
   } else {
     response.set_body(std::move(delivery->body), "application/json");
   }
-  send(client, response);
+  u.replies.send(client, response);
+}
+}  // namespace
+
+Answer routeStatus(Call& c) {
+  if (c.u.closing) return web::http::http_response(status_codes::NotModified);
+  const auto deadline = ChangeFeed::Clock::now() + kPollWindow;
+  Units& u = c.u;
+  http_request request = c.r.http;
+  u.state.feed.wait(deadline, [&u, request, deadline](bool signalled) {
+    answerStatus(u, request, deadline, signalled);
+  });
+  return std::nullopt;
 }

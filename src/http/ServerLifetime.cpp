@@ -1,4 +1,4 @@
-#include "service/ServerLifetime.h"
+#include "http/ServerLifetime.h"
 
 #include <dirent.h>
 #include <fcntl.h>

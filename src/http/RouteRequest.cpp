@@ -1,4 +1,4 @@
-#include "service/RouteRequest.h"
+#include "http/RouteRequest.h"
 
 #include <cpprest/uri.h>
 

@@ -2,7 +2,7 @@
 
 #include <cpprest/filestream.h>
 
-#include "service/VeloraRestService.h"
+#include "http/StaticPages.h"
 #include "util/Support.h"
 
 using web::http::http_request;
@@ -32,7 +32,7 @@ bool isRegularFile(const std::string& file) {
 
 }  // namespace
 
-bool VeloraRestService::serveStaticPage(http_request& request, const std::string& decodedPath,
+bool StaticPages::serveStaticPage(http_request& request, const std::string& decodedPath,
                                         const std::string& contentType) {
   std::string file = decodedPath;
   if (!file.empty() && file.back() == '/') file += "index.html";
@@ -41,9 +41,9 @@ bool VeloraRestService::serveStaticPage(http_request& request, const std::string
   if (validPath(file)) {
     const char* path = file.c_str();
     bool allow = false;
-    libraryListeners_.stable_fire(&IVeloraLibraryServiceListener::onPageServed, path, allow);
+    hub_.fire(&IVeloraLibraryServiceListener::onPageServed, path, allow);
     if (!allow) {
-      send(request, status_codes::Forbidden);
+      replies_.send(request, status_codes::Forbidden);
     } else {
       serveFile(request, file, contentType);
     }
@@ -51,7 +51,7 @@ bool VeloraRestService::serveStaticPage(http_request& request, const std::string
   }
 
   if (!staysInsideFolder(file)) return false;
-  const std::string page = pagesFolder_ + file;
+  const std::string page = folder_ + file;
   if (validPath(page) && isRegularFile(page)) {
     serveFile(request, page, contentType);
     return true;
@@ -59,12 +59,12 @@ bool VeloraRestService::serveStaticPage(http_request& request, const std::string
   return false;
 }
 
-void VeloraRestService::serveFile(http_request& request, const std::string& file,
+void StaticPages::serveFile(http_request& request, const std::string& file,
                                   const std::string& contentType) {
   // Only regular files stream: a folder opens for reading too, but has no
   // content to send.
   if (!isRegularFile(file)) {
-    send(request, status_codes::NotFound);
+    replies_.send(request, status_codes::NotFound);
     return;
   }
   // The file is read to its end and its stream closed before the reply goes
@@ -97,11 +97,11 @@ void VeloraRestService::serveFile(http_request& request, const std::string& file
           const auto size = static_cast<utility::size64_t>(bytes.size());
           http_response response(status_codes::OK);
           response.set_body(streams::bytestream::open_istream(std::move(bytes)), size, contentType);
-          send(client, response);
+          replies_.send(client, response);
         } catch (...) {
           // The file vanished between the check and the opening, or could
           // not be read.
-          send(client, status_codes::NotFound);
+          replies_.send(client, status_codes::NotFound);
         }
       });
 }

@@ -13,11 +13,11 @@ using Fields = std::vector<std::pair<utility::string_t, value>>;
 }  // namespace
 
 void VeloraRestService::setVolumeLevel(int level) {
-  publishState(&StateDocuments::playback, "volumelevel", value::number(level));
+  state_.publish(&StateDocuments::playback, "volumelevel", value::number(level));
 }
 
 void VeloraRestService::setMuteState(bool muted) {
-  publishState(&StateDocuments::playback, "mutestate", value::boolean(muted));
+  state_.publish(&StateDocuments::playback, "mutestate", value::boolean(muted));
 }
 
 void VeloraRestService::setPlaybackState(PlaybackState& state) {
@@ -33,85 +33,85 @@ void VeloraRestService::setPlaybackState(PlaybackState& state) {
   f.emplace_back("lgain", value::number(double{state.lgain}));
   f.emplace_back("rgain", value::number(double{state.rgain}));
   f.emplace_back("mqa", value::object(std::move(mqa), true));
-  publishState(&StateDocuments::playback, "playbackstate", value::object(std::move(f), true));
+  state_.publish(&StateDocuments::playback, "playbackstate", value::object(std::move(f), true));
 }
 
 void VeloraRestService::setPlaybackMode(PlaybackMode& mode) {
-  publishState(&StateDocuments::playback, "playbackmode", value::number(mode.mode));
+  state_.publish(&StateDocuments::playback, "playbackmode", value::number(mode.mode));
 }
 
 void VeloraRestService::setEQState(bool enabled) {
-  publishState(&StateDocuments::equalizer, "enabled", value::boolean(enabled));
+  state_.publish(&StateDocuments::equalizer, "enabled", value::boolean(enabled));
 }
 
 void VeloraRestService::setEQCurrentPreset(EQPreset& preset) {
-  publishState(&StateDocuments::equalizer, "preset", getEQPreset(preset));
+  state_.publish(&StateDocuments::equalizer, "preset", getEQPreset(preset));
 }
 
 void VeloraRestService::setEQPresetList(std::vector<EQPreset>& presets) {
-  publishState(&StateDocuments::equalizer, "presetlist",
-               presetList(presets, [](const EQPreset& p) { return getEQPreset(p); }));
+  state_.publish(&StateDocuments::equalizer, "presetlist",
+                 presetList(presets, [](const EQPreset& p) { return getEQPreset(p); }));
 }
 
 void VeloraRestService::setIRCState(bool enabled) {
-  publishState(&StateDocuments::irc, "enabled", value::boolean(enabled));
+  state_.publish(&StateDocuments::irc, "enabled", value::boolean(enabled));
 }
 
 void VeloraRestService::setIRCGain(int gain) {
-  publishState(&StateDocuments::irc, "gain", value::number(gain));
+  state_.publish(&StateDocuments::irc, "gain", value::number(gain));
 }
 
 void VeloraRestService::setIRCCurrentPreset(IRCPreset& preset) {
   // The current preset's id is repeated at the top of the document.
-  publishState(&StateDocuments::irc,
-               {{"preset", getIRCPreset(preset)}, {"id", value::number(preset.id)}});
+  state_.publish(&StateDocuments::irc,
+                 {{"preset", getIRCPreset(preset)}, {"id", value::number(preset.id)}});
 }
 
 void VeloraRestService::setIRCPresetList(std::vector<IRCPreset>& presets) {
-  publishState(&StateDocuments::irc, "presetlist",
-               presetList(presets, [](const IRCPreset& p) { return getIRCPreset(p); }));
+  state_.publish(&StateDocuments::irc, "presetlist",
+                 presetList(presets, [](const IRCPreset& p) { return getIRCPreset(p); }));
 }
 
 void VeloraRestService::setACState(bool enabled) {
-  publishState(&StateDocuments::ac, "enabled", value::boolean(enabled));
+  state_.publish(&StateDocuments::ac, "enabled", value::boolean(enabled));
 }
 
 void VeloraRestService::setACCurrentPreset(ACPreset& preset) {
-  publishState(&StateDocuments::ac, "preset", getACPreset(preset));
+  state_.publish(&StateDocuments::ac, "preset", getACPreset(preset));
 }
 
 void VeloraRestService::setACPresetList(std::vector<ACPreset>& presets) {
-  publishState(&StateDocuments::ac, "presetlist",
-               presetList(presets, [](const ACPreset& p) { return getACPreset(p); }));
+  state_.publish(&StateDocuments::ac, "presetlist",
+                 presetList(presets, [](const ACPreset& p) { return getACPreset(p); }));
 }
 
 void VeloraRestService::setHPState(bool enabled) {
-  publishState(&StateDocuments::ooyh, "enabled", value::boolean(enabled));
+  state_.publish(&StateDocuments::ooyh, "enabled", value::boolean(enabled));
 }
 
 void VeloraRestService::setHPCurrentPreset(HPPreset& preset) {
-  publishState(&StateDocuments::ooyh, "preset", getHPPreset(preset));
+  state_.publish(&StateDocuments::ooyh, "preset", getHPPreset(preset));
 }
 
 void VeloraRestService::setHPPresetList(std::vector<HPPreset>& presets) {
-  publishState(&StateDocuments::ooyh, "presetlist",
-               presetList(presets, [](const HPPreset& p) { return getHPPreset(p); }));
+  state_.publish(&StateDocuments::ooyh, "presetlist",
+                 presetList(presets, [](const HPPreset& p) { return getHPPreset(p); }));
 }
 
 void VeloraRestService::setOutputDeviceList(std::vector<const char*>& names, const char* current) {
   std::vector<value> list;
   list.reserve(names.size());
   for (const char* name : names) list.push_back(value::string(to_string_t(name)));
-  publishState(&StateDocuments::settings, "outputdevices",
-               value::object(Fields{{"current", value::string(to_string_t(current))},
-                                    {"list", value::array(std::move(list))}},
-                             true));
+  state_.publish(&StateDocuments::settings, "outputdevices",
+                 value::object(Fields{{"current", value::string(to_string_t(current))},
+                                      {"list", value::array(std::move(list))}},
+                               true));
 }
 
 void VeloraRestService::setSettingsValues(bool mqa, bool upsample, bool dsp) {
-  publishState(&StateDocuments::settings, "values",
-               value::object(Fields{{"mqa", value::boolean(mqa)},
-                                    {"upsample", value::boolean(upsample)},
-                                    {"dsp", value::boolean(dsp)}},
-                             true));
+  state_.publish(&StateDocuments::settings, "values",
+                 value::object(Fields{{"mqa", value::boolean(mqa)},
+                                      {"upsample", value::boolean(upsample)},
+                                      {"dsp", value::boolean(dsp)}},
+                               true));
 }

@@ -1,0 +1,158 @@
+#include <cstring>
+
+#include "host/Connections.h"
+
+#include <iostream>
+
+#include "util/Support.h"
+
+using web::json::value;
+
+namespace {
+// Copies a text into one of the record's 40-byte fields, cut to fit.
+template <size_t N>
+void copyField(char (&field)[N], const std::string& text) {
+  const size_t n = std::min(text.size(), N - 1);
+  std::memcpy(field, text.data(), n);
+  field[n] = '\0';
+}
+}  // namespace
+
+std::shared_ptr<ConnectionDataEx> Connections::createConnection(int code, std::string name,
+                                                                int version) {
+  auto connection = std::make_shared<ConnectionDataEx>();
+  connection->code = code;
+  copyField(connection->name, name);
+  connection->authstatus = false;
+  connection->disconnected = false;
+  connection->version = version;
+  copyField(connection->product, "");
+  copyField(connection->token, newUUID());
+  connection->capabilities = 0;
+  list_.push_back(connection);
+  return connection;
+}
+
+std::shared_ptr<ConnectionDataEx> Connections::getConnection(int code) {
+  for (const auto& c : list_) {
+    if (c->code == code) return c;
+  }
+  return nullptr;
+}
+
+std::shared_ptr<ConnectionDataEx> Connections::getConnection(const std::string& token) {
+  for (const auto& c : list_) {
+    if (token == c->token) return c;
+  }
+  return nullptr;
+}
+
+bool Connections::isPaired(const std::string& token) {
+  std::lock_guard<std::mutex> lock(mutex);
+  auto connection = getConnection(token);
+  return connection && connection->authstatus && !connection->disconnected;
+}
+
+bool Connections::hasConnection(const std::string& token) {
+  std::lock_guard<std::mutex> lock(mutex);
+  return getConnection(token) != nullptr;
+}
+
+ConnectionData Connections::pair(int code, const std::string& name, int version) {
+  ConnectionData snapshot{};
+  bool isNew = false;
+  {
+    std::lock_guard<std::mutex> lock(mutex);
+    auto connection = getConnection(code);
+    if (connection && !(connection->authstatus && !connection->disconnected)) {
+      // Pending again, whether it was waiting or had been disconnected.
+      connection->authstatus = false;
+      connection->disconnected = false;
+      std::lock_guard<std::mutex> stateLock(state_.cache.stateMutex);
+      state_.cache.docs.disconnect = value::object(true);
+    } else if (!connection) {
+      connection = createConnection(code, name, version);
+      isNew = true;
+    }
+    snapshot = connection->data();
+  }
+  if (isNew) {
+    ConnectionData created = snapshot;
+    hub_.fire(&IVeloraRemoteServiceListener::onRemoteConnected, created);
+  }
+  return snapshot;
+}
+
+void Connections::approve(int code, const char* product, Capabilities& capabilities) {
+  int version = 0;
+  bool found = false;
+  {
+    std::lock_guard<std::mutex> lock(mutex);
+    if (auto connection = getConnection(code)) {
+      copyField(connection->product, utility::conversions::to_string_t(product));
+      connection->authstatus = true;
+      connection->capabilities = capabilities.value;
+      version = connection->version;
+      found = true;
+      // Approved again after a disconnect: the old note would end the new
+      // session of a client that resumes the feed from before it.
+      state_.changes.forgetDisconnect(connection->token);
+    }
+  }
+  hub_.fire(&IVeloraRemoteServiceListener::onRemoteAuthenticated, code, found, version);
+}
+
+void Connections::disconnect(int code, bool fromRemote) {
+  log_str("Calling disconnect for", code);
+  bool wasApproved = false;
+  {
+    std::lock_guard<std::mutex> lock(mutex);
+    auto connection = getConnection(code);
+    if (!connection) return;
+    wasApproved = connection->authstatus;
+    // disconnect(code) ends the same client once for every approved one;
+    // its feed needs to hear it once.
+    const bool news = !connection->disconnected;
+    connection->disconnected = true;
+    connection->authstatus = false;
+    value note = value::object(
+        std::vector<std::pair<utility::string_t, value>>{
+            {"token", value::string(connection->token)},
+            {"fromremote", value::boolean(fromRemote)}},
+        true);
+    std::lock_guard<std::mutex> stateLock(state_.cache.stateMutex);
+    if (news) state_.changes.recordDisconnect(connection->token, note.serialize());
+    state_.cache.docs.disconnect = std::move(note);
+    state_.feed.raise();
+  }
+  if (wasApproved) hub_.fire(&IVeloraRemoteServiceListener::onRemoteDisconnected, code);
+}
+
+void Connections::disconnectByHost(int code) {
+  // Code 0 ends every approved client; any other code ends that client, as
+  // long as some client is approved at all.
+  std::vector<std::shared_ptr<ConnectionDataEx>> snapshot;
+  {
+    std::lock_guard<std::mutex> lock(mutex);
+    snapshot = list_;
+  }
+  for (const auto& c : snapshot) {
+    bool approved;
+    int own;
+    {
+      std::lock_guard<std::mutex> lock(mutex);
+      approved = c->authstatus;
+      own = c->code;
+    }
+    if (approved) disconnect(code != 0 ? code : own, false);
+  }
+}
+
+void Connections::printStatus() {
+  std::lock_guard<std::mutex> lock(mutex);
+  for (const auto& c : list_) {
+    std::cout << "Auth code: " << c->code << " Status: " << c->authstatus
+              << " Capabilities: " << c->capabilities << " Token: " << c->token << "\n";
+  }
+  std::cout.flush();
+}

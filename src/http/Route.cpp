@@ -1,0 +1,79 @@
+#include "http/Route.h"
+
+using web::http::status_codes;
+
+std::string Arg::text(const RouteRequest& r) const {
+  switch (kind) {
+    case Decoded:
+      return r.decoded(key);
+    case Fixed:
+      return key;
+    case After:
+      return r.optional(key, minCount, fallback);
+    default:
+      return r.text(key, fallback);
+  }
+}
+
+int Arg::number(const RouteRequest& r) const {
+  if (kind == Count && !r.has(key)) return absent;
+  return r.number(key);
+}
+
+bool Arg::flag(const RouteRequest& r) const {
+  return kind == One ? r.number(key) == 1 : toBool(r.text(key));
+}
+
+std::optional<web::http::http_response> route_detail::missing(Call& c, const std::vector<Arg>& args,
+                                                              const Outcome& outcome) {
+  for (const Arg& a : args) {
+    if (a.required && !c.r.has(a.key)) {
+      return Replies::text(outcome.missingStatus ? outcome.missingStatus : outcome.failureStatus,
+                           outcome.missingText ? outcome.missingText : outcome.failure);
+    }
+  }
+  return std::nullopt;
+}
+
+Answer conclude(Call& c, int status, const Outcome& outcome) {
+  if (status == 0) return reply(c, outcome.reply);
+  if (status == 7 && outcome.unreachableIs503) {
+    return Replies::text(status_codes::ServiceUnavailable, "Connection to Tarn Server Failed.");
+  }
+  return Replies::text(outcome.failureStatus, outcome.failure);
+}
+
+Answer reply(Call& c, const SuccessReply& success) {
+  StateCache& cache = c.u.state.cache;
+  switch (success.kind) {
+    case SuccessReply::Slot: {
+      std::lock_guard<std::mutex> lock(cache.stateMutex);
+      return c.u.replies.fromCache(cache.slots.*success.slot, success.omitNull);
+    }
+    case SuccessReply::Document: {
+      std::lock_guard<std::mutex> lock(cache.stateMutex);
+      return c.u.replies.fromCache(cache.docs.*success.document, success.omitNull);
+    }
+    case SuccessReply::Player: {
+      // The local-library answer lives under the other mutex; a player
+      // answer is never a library page, so it goes out as it is.
+      std::lock_guard<std::mutex> lock(cache.playerMutex);
+      return Replies::json(cache.player.*success.player, success.omitNull);
+    }
+    case SuccessReply::Library:
+      return c.u.replies.library(c.r.has("token"));
+    case SuccessReply::Text:
+    default:
+      return Replies::text(status_codes::OK, success.text);
+  }
+}
+
+Answer applyBody(Call& c, std::function<void(const web::json::value&)> work) {
+  c.r.http.extract_json(true).then([work](pplx::task<web::json::value> body) {
+    try {
+      work(body.get());
+    } catch (...) {
+    }
+  });
+  return web::http::http_response(status_codes::OK);
+}

@@ -1,0 +1,29 @@
+#pragma once
+
+#include <string>
+
+#include <cpprest/http_msg.h>
+
+#include "host/ListenerHub.h"
+#include "http/Replies.h"
+
+// Files: a readable file named by the path itself is the host's to allow
+// (`onPageServed`); anything else is looked up in the pages folder and never
+// outside it.
+class StaticPages {
+ public:
+  StaticPages(ListenerHub& hub, Replies& replies, const std::string& folder)
+      : hub_(hub), replies_(replies), folder_(folder) {}
+
+  // False when the path names no file to serve: the router goes on.
+  bool serveStaticPage(web::http::http_request& request, const std::string& decodedPath,
+                       const std::string& contentType);
+
+ private:
+  void serveFile(web::http::http_request& request, const std::string& file,
+                 const std::string& contentType);
+
+  ListenerHub& hub_;
+  Replies& replies_;
+  const std::string& folder_;
+};

@@ -1,0 +1,8 @@
+#pragma once
+
+#include "http/Route.h"
+
+// The "playback" area and the player application's transport; the four
+// sound-processing stages and their presets.
+const RouteList& transportRoutes();
+const RouteList& presetRoutes();
