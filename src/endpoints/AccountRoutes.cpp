@@ -6,7 +6,7 @@
 
 namespace {
 using L = IVeloraLibraryServiceListener;
-const SuccessReply kSession = SuccessReply::fromSlot(&ResponseSlots::login, true);
+constexpr SuccessReply kSession = SuccessReply::fromSlot(&ResponseSlots::login, true);
 }  // namespace
 
 const RouteList& accountRoutes() {

@@ -71,23 +71,23 @@ struct SuccessReply {
   web::json::value StateDocuments::*document = nullptr;
   bool omitNull = false;
 
-  static SuccessReply success(const char* text = "SUCCESS") { return {Text, text}; }
+  static constexpr SuccessReply success(const char* text = "SUCCESS") { return {Text, text}; }
   // A response slot, read under the state mutex.
-  static SuccessReply fromSlot(web::json::value ResponseSlots::*s, bool omitNull) {
+  static constexpr SuccessReply fromSlot(web::json::value ResponseSlots::*s, bool omitNull) {
     SuccessReply r{Slot};
     r.slot = s;
     r.omitNull = omitNull;
     return r;
   }
   // A player slot, read under the player mutex.
-  static SuccessReply fromPlayer(web::json::value PlayerSlots::*p, bool omitNull) {
+  static constexpr SuccessReply fromPlayer(web::json::value PlayerSlots::*p, bool omitNull) {
     SuccessReply r{Player};
     r.player = p;
     r.omitNull = omitNull;
     return r;
   }
   // A whole state document, read under the state mutex.
-  static SuccessReply fromDocument(web::json::value StateDocuments::*d, bool omitNull) {
+  static constexpr SuccessReply fromDocument(web::json::value StateDocuments::*d, bool omitNull) {
     SuccessReply r{Document};
     r.document = d;
     r.omitNull = omitNull;
@@ -95,7 +95,7 @@ struct SuccessReply {
   }
   // The library document to a client without a token; others get it
   // through "status".
-  static SuccessReply library() { return {Library}; }
+  static constexpr SuccessReply library() { return {Library}; }
 };
 
 // How an exchange answers: 0 gives the success reply, anything else the
@@ -113,7 +113,7 @@ struct Outcome {
   const char* missingText = nullptr;
 };
 
-inline Outcome answering(SuccessReply reply) { return {"", 401, reply}; }
+constexpr Outcome answering(SuccessReply reply) { return {"", 401, reply}; }
 
 // Where a callback's argument comes from.
 struct Arg {

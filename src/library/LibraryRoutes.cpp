@@ -12,9 +12,9 @@ namespace {
 using L = IVeloraLibraryServiceListener;
 using web::http::status_codes;
 
-const Outcome kLibrary = answering(SuccessReply::library());
+constexpr Outcome kLibrary = answering(SuccessReply::library());
 // Requests about one item fail without its id.
-const Outcome kById{"Item ID not found", 404, SuccessReply::library()};
+constexpr Outcome kById{"Item ID not found", 404, SuccessReply::library()};
 
 Outcome notFoundOr(SuccessReply reply) { return {"Item ID not found", 404, reply}; }
 

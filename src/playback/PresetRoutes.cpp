@@ -34,7 +34,10 @@ Answer stageArea(Call& c) {
   return Replies::text(200, "SUCCESS");
 }
 
-SuccessReply answerOf(value ResponseSlots::*slot) { return SuccessReply::fromSlot(slot, false); }
+template <typename L>
+Handler getPreset(void (L::*callback)(int&), const char* failure, value ResponseSlots::*slot) {
+  return ask(callback, {failure, 401, SuccessReply::fromSlot(slot, false)});
+}
 
 template <typename L>
 Handler setPreset(void (L::*callback)(const char*&, const char*&, int&), const char* failure) {
@@ -66,46 +69,35 @@ const RouteList& presetRoutes() {
     rows.push_back({"GET", "irc/gain", "routeIRC", tell(&IRC::onRequestIRCGain, success)});
     rows.push_back({"GET", "irc", "routeIRC", stageArea});
 
+    using S = ResponseSlots;
+    const Handler getEQ = getPreset(&EQ::onGetEQPreset, "handleGetEQPreset FAILED", &S::eqPreset);
+    const Handler setEQ = setPreset(&EQ::onSetEQPreset, "SetEQPreset FAILED");
+    const Handler getHP = getPreset(&HP::onGetHPPreset, "handleGetHPPreset FAILED", &S::hpPreset);
+    const Handler setHP = setPreset(&HP::onSetHPPreset, "handleSetHPPreset FAILED");
     const RouteList presets = {
         {"GET", "getEQPresetList", "handleGetEQPresetList",
-         ask(&EQ::onGetEQPresetList,
-             {"handleGetEQPresetList FAILED", 401, answerOf(&ResponseSlots::eqPreset)})},
-        {"GET", "getEQ", "handleGetEQPreset",
-         ask(&EQ::onGetEQPreset,
-             {"handleGetEQPreset FAILED", 401, answerOf(&ResponseSlots::eqPreset)})},
-        {"GET", "getEq", "handleGetEQPreset",
-         ask(&EQ::onGetEQPreset,
-             {"handleGetEQPreset FAILED", 401, answerOf(&ResponseSlots::eqPreset)})},
-        {"GET", "setEQ", "handleSetEQPreset", setPreset(&EQ::onSetEQPreset, "SetEQPreset FAILED")},
-        {"GET", "setEq", "handleSetEQPreset", setPreset(&EQ::onSetEQPreset, "SetEQPreset FAILED")},
+         getPreset(&EQ::onGetEQPresetList, "handleGetEQPresetList FAILED", &S::eqPreset)},
+        {"GET", "getEQ", "handleGetEQPreset", getEQ},
+        {"GET", "getEq", "handleGetEQPreset", getEQ},
+        {"GET", "setEQ", "handleSetEQPreset", setEQ},
+        {"GET", "setEq", "handleSetEQPreset", setEQ},
         {"GET", "getHPPresetList", "handleGetHPPresetList",
-         ask(&HP::onGetHPPresetList,
-             {"handleGetHPPresetList FAILED", 401, answerOf(&ResponseSlots::hpPreset)})},
-        {"GET", "getHP", "handleGetHPPreset",
-         ask(&HP::onGetHPPreset,
-             {"handleGetHPPreset FAILED", 401, answerOf(&ResponseSlots::hpPreset)})},
-        {"GET", "getHp", "handleGetHPPreset",
-         ask(&HP::onGetHPPreset,
-             {"handleGetHPPreset FAILED", 401, answerOf(&ResponseSlots::hpPreset)})},
-        {"GET", "setHP", "handleSetHPPreset",
-         setPreset(&HP::onSetHPPreset, "handleSetHPPreset FAILED")},
-        {"GET", "setHp", "handleSetHPPreset",
-         setPreset(&HP::onSetHPPreset, "handleSetHPPreset FAILED")},
+         getPreset(&HP::onGetHPPresetList, "handleGetHPPresetList FAILED", &S::hpPreset)},
+        {"GET", "getHP", "handleGetHPPreset", getHP},
+        {"GET", "getHp", "handleGetHPPreset", getHP},
+        {"GET", "setHP", "handleSetHPPreset", setHP},
+        {"GET", "setHp", "handleSetHPPreset", setHP},
         {"GET", "getIRCPresetList", "handleGetIRCPresetList",
-         ask(&IRC::onGetIRCPresetList,
-             {"handleGetIRCPresetList FAILED", 401, answerOf(&ResponseSlots::ircPreset)})},
+         getPreset(&IRC::onGetIRCPresetList, "handleGetIRCPresetList FAILED", &S::ircPreset)},
         {"GET", "getIRC", "handleGetIRCPreset",
-         ask(&IRC::onGetIRCPreset,
-             {"handleGetIRCPreset FAILED", 401, answerOf(&ResponseSlots::ircPreset)})},
+         getPreset(&IRC::onGetIRCPreset, "handleGetIRCPreset FAILED", &S::ircPreset)},
         {"GET", "setIRC", "handleSetIRCPreset",
          setPreset(&IRC::onSetIRCPreset, "handleSetIRCPreset FAILED")},
         {"GET", "getACPresetList", "handleGetACPresetList",
-         ask(&AC::onGetACPresetList,
-             {"handleGetACPresetList FAILED", 401, answerOf(&ResponseSlots::hpPreset)})},
+         getPreset(&AC::onGetACPresetList, "handleGetACPresetList FAILED", &S::hpPreset)},
         // The failure text names the IRC stage; clients rely on it as it is.
         {"GET", "getAC", "handleGetACPreset",
-         ask(&AC::onGetACPreset,
-             {"handleGetIRCPreset FAILED", 401, answerOf(&ResponseSlots::hpPreset)})},
+         getPreset(&AC::onGetACPreset, "handleGetIRCPreset FAILED", &S::hpPreset)},
         {"GET", "setAC", "handleSetACPreset",
          setPreset(&AC::onSetACPreset, "handleSetACPreset FAILED")},
         // A preset posted whole: applied after the reply.

@@ -53,13 +53,12 @@ Answer playerSetItem(Call& c) {
   return conclude(c, status, {"PlayerSetURL FAILED"});
 }
 
-const SuccessReply kPlayer = SuccessReply::fromPlayer(&PlayerSlots::player, true);
-const Handler kPlayerPlay = ask(&L::onPlayerPlay, {"handlePlayerPlay FAILED", 401, kPlayer},
-                                {arg::text("playState"), arg::text("itemID")});
-
+constexpr SuccessReply kPlayer = SuccessReply::fromPlayer(&PlayerSlots::player, true);
 Answer playerPlay(Call& c) {
+  static const Handler play = ask(&L::onPlayerPlay, {"handlePlayerPlay FAILED", 401, kPlayer},
+                                  {arg::text("playState"), arg::text("itemID")});
   std::cerr << "playerplay" << std::endl;
-  return kPlayerPlay(c);
+  return play(c);
 }
 
 // "playback" alone, or an unknown command, does nothing.
