@@ -1,8 +1,7 @@
 #include <gtest/gtest.h>
 
-#include <algorithm>
-#include <atomic>
 #include <set>
+#include <sstream>
 #include <thread>
 
 #include "player/Player.h"
@@ -11,241 +10,128 @@ using namespace refhost;
 
 namespace {
 
-// Two albums by one artist with short tracks of known lengths, a genre, a
-// mood and a playlist: small enough to reason about every second.
+// Two albums by one artist with short tracks of known lengths: a1 10 s,
+// a2 20 s, a3 30 s on alA; b1 15 s, b2 25 s on alB.
 Catalog smallCatalog() {
   Catalog c;
-  c.addArtist(CatalogArtist{"ar1", "The Testers", "", {}});
-  c.addGenre(CatalogGenre{"g1", "Jazz", {}});
-  CatalogAlbum a{"alA", "First", "ar1", "g1", "", "", 2001, {}};
-  CatalogAlbum b{"alB", "Second", "ar1", "g1", "", "", 2005, {}};
-  c.addAlbum(a);
-  c.addAlbum(b);
-  auto track = [&](const std::string& id, const std::string& album, int number, int seconds) {
-    CatalogTrack t;
-    t.id = id;
-    t.title = "Title " + id;
-    t.artistId = "ar1";
-    t.albumId = album;
-    t.number = number;
-    t.duration = seconds;
-    c.addTrack(t);
-  };
-  track("a1", "alA", 1, 10);
-  track("a2", "alA", 2, 20);
-  track("a3", "alA", 3, 30);
-  track("b1", "alB", 1, 15);
-  track("b2", "alB", 2, 25);
-  c.addMood(CatalogMood{"m1", "Calm", "", {"b2", "a1"}});
-  c.addPlaylist(CatalogPlaylist{"p1", "Mix", "", {"a2", "b1"}});
+  c.addArtist({"ar1", "The Testers", "", {}});
+  c.addGenre({"g1", "Jazz", {}});
+  c.addAlbum({"alA", "First", "ar1", "g1", "", "", 2001, {}});
+  c.addAlbum({"alB", "Second", "ar1", "g1", "", "", 2005, {}});
+  for (const auto& [id, seconds] :
+       {std::pair{"a1", 10}, {"a2", 20}, {"a3", 30}, {"b1", 15}, {"b2", 25}}) {
+    c.addTrack({id, id, "ar1", id[0] == 'a' ? "alA" : "alB", "", "", id[1] - '0', seconds, 44100,
+                16, false});
+  }
   return c;
 }
 
 // A player whose clock moves only when the test says so.
-struct Fixture : ::testing::Test {
+struct PlayerTest : ::testing::Test {
   double now = 100;
   Player player{smallCatalog(), [this] { return now; }};
-
-  void advance(double seconds) {
-    now += seconds;
-    player.tick();
-  }
   std::string current() const { return player.transport().trackId; }
 };
 
-using TransportClock = Fixture;
-using Queue = Fixture;
-using Playlists = Fixture;
-using Background = Fixture;
-
-}  // namespace
-
-TEST_F(TransportClock, ElapsedFollowsTheClockOnlyWhilePlaying) {
-  ASSERT_TRUE(player.playList("alA", 0));
-  advance(4);
-  EXPECT_DOUBLE_EQ(player.transport().elapsed, 4);
-  player.pause();
-  advance(30);
-  EXPECT_DOUBLE_EQ(player.transport().elapsed, 4);
-  EXPECT_EQ(player.transport().transport, Transport::Paused);
-  ASSERT_TRUE(player.play());
-  advance(3);
-  EXPECT_DOUBLE_EQ(player.transport().elapsed, 7);
-  EXPECT_EQ(current(), "a1");
-  // Even between ticks the position is read from the clock.
-  now += 1.5;
-  EXPECT_DOUBLE_EQ(player.transport().elapsed, 8.5);
+// Steps are "operation: track elapsed transport @queue-index +play-next"; "!"
+// marks an operation that must be refused, "-" the current track, mode 1 is
+// repeat all and 2 repeat one. The clock is read between ticks, an ending
+// track carries the remainder over, and play-next tracks come first.
+TEST_F(PlayerTest, TransportClockRepeatModesPreviousPlayNextAndMovesFollowTheScript) {
+  const char* const script[] = {
+      "list alA 0: a1 0 play @0",  "tick 4: a1 4 play @0",      "pause: a1 4 pause @0",
+      "tick 30: a1 4 pause @0",    "play: a1 4 play @0",        "tick 3: a1 7 play @0",
+      "clock 1.5: a1 8.5 play @0", "tick 3.5: a2 2 play @1",    "tick 3: a2 5 play @1",
+      "previous: a2 0 play @1",    "tick 1: a2 1 play @1",      "previous: a1 0 play @0",
+      "previous: a1 0 play @0",    "next: a2 0 play @1",        "next: a3 0 play @2",
+      "!next: a3 0 play @2",       "mode 1: a3 0 play @2",      "tick 31: a1 1 play @0",
+      "mode 2: a1 1 play @0",      "tick 10.5: a1 1.5 play @0", "next: a2 0 play @1",
+      "mode 0: a2 0 play @1",      "tick 100: a3 0 stop @2",    "list alA 0: a1 0 play @0",
+      "add b2: a1 0 play @0 +b2",  "add x: a1 0 play @0 +b2",   "tick 10: b2 0 play @0",
+      "tick 25: a2 0 play @1",     "move a3 0: a2 0 play @2",   "move - 0: a2 0 play @0",
+      "!move a1 3: a2 0 play @0",  "!move b1 0: a2 0 play @0",  "next: a3 0 play @1"};
+  static const char* const transports[] = {"stop", "play", "pause"};
+  for (const std::string step : script) {
+    const std::size_t refused = step[0] == '!', colon = step.find(':');
+    std::istringstream in(step.substr(refused, colon - refused));
+    std::string op, arg;
+    int n = 0;
+    in >> op >> arg >> n;
+    bool ok = true;
+    const std::string before = current();
+    if (op == "tick" || op == "clock") now += std::stod(arg);
+    if (op == "tick") ok = player.tick().trackChanged || current() == before;  // reported
+    if (op == "pause") player.pause();
+    if (op == "play") ok = player.play();
+    if (op == "next") ok = player.next();
+    if (op == "previous") ok = player.previous();
+    if (op == "mode") player.setMode(static_cast<PlayMode>(std::stoi(arg)));
+    if (op == "add") player.addPlayNext(arg);
+    if (op == "list") ok = player.playList(arg, n);
+    if (op == "move") ok = player.moveInQueue(arg == "-" ? "" : arg, n);
+    EXPECT_EQ(ok, !refused) << step;
+    const TransportSnapshot t = player.transport();
+    std::ostringstream state;
+    state << t.trackId << " " << t.elapsed << " " << transports[int(t.transport)] << " @"
+          << player.queueIndex();
+    for (const auto& id : player.playNext()) state << " +" << id;
+    EXPECT_EQ(state.str(), step.substr(colon + 2)) << step;
+  }
+  EXPECT_EQ(player.queue(), (std::vector<std::string>{"a2", "a3", "a1"}));
 }
 
-TEST_F(TransportClock, AnEndingTrackMovesOnAndCarriesTheRemainder) {
-  ASSERT_TRUE(player.playList("alA", 0));
-  now += 12;  // 2 s into the second track
-  const TickResult r = player.tick();
-  EXPECT_TRUE(r.trackChanged);
-  EXPECT_EQ(current(), "a2");
-  EXPECT_DOUBLE_EQ(player.transport().elapsed, 2);
-  EXPECT_EQ(player.queueIndex(), 1);
-  // One long gap runs through the rest of the album and stops at its end.
-  advance(100);
-  EXPECT_EQ(player.transport().transport, Transport::Stopped);
-  EXPECT_EQ(current(), "a3");
-  EXPECT_DOUBLE_EQ(player.transport().elapsed, 0);
-}
-
-TEST_F(TransportClock, RepeatModesDecideWhatFollowsTheEnd) {
-  ASSERT_TRUE(player.playList("alA", 2));
-  player.setMode(PlayMode::RepeatAll);
-  advance(31);
-  EXPECT_EQ(current(), "a1");
-  EXPECT_EQ(player.transport().transport, Transport::Playing);
-
-  player.setMode(PlayMode::RepeatOne);
-  advance(10.5);
-  EXPECT_EQ(current(), "a1");
-  EXPECT_NEAR(player.transport().elapsed, 1.5, 1e-9);
-  // A manual "next" still moves on in repeat-one.
-  ASSERT_TRUE(player.next());
-  EXPECT_EQ(current(), "a2");
-
-  player.setMode(PlayMode::Normal);
-  ASSERT_TRUE(player.next());
-  EXPECT_FALSE(player.next());  // the end of the queue: nothing follows
-  EXPECT_EQ(current(), "a3");
-}
-
-TEST_F(TransportClock, ShuffleStaysInTheQueueAndNeverRepeatsATrackAtOnce) {
+TEST_F(PlayerTest, ShuffleStaysInTheQueueAndNeverRepeatsATrackAtOnce) {
   ASSERT_TRUE(player.playList("ar1", 0));  // all five tracks of the artist
   player.setMode(PlayMode::Shuffle);
-  const std::vector<std::string> queue = player.queue();
   std::set<std::string> seen;
-  std::string last = current();
   for (int i = 0; i < 50; ++i) {
+    const std::string last = current();
     ASSERT_TRUE(player.next());
-    const std::string now = current();
-    EXPECT_NE(now, last);
-    EXPECT_NE(std::find(queue.begin(), queue.end(), now), queue.end());
-    seen.insert(now);
-    last = now;
+    EXPECT_NE(current(), last);
+    seen.insert(current());
   }
-  EXPECT_EQ(seen.size(), queue.size());
+  EXPECT_EQ(seen, (std::set<std::string>{"a1", "a2", "a3", "b1", "b2"})) << "the queue, all of it";
 }
 
-TEST_F(TransportClock, PreviousRestartsAPlayedTrackAndOtherwiseGoesBack) {
-  ASSERT_TRUE(player.playList("alA", 1));
-  advance(5);
-  ASSERT_TRUE(player.previous());
-  EXPECT_EQ(current(), "a2");
-  EXPECT_DOUBLE_EQ(player.transport().elapsed, 0);
-  advance(1);
-  ASSERT_TRUE(player.previous());
-  EXPECT_EQ(current(), "a1");
-  // At the start of the queue, previous only rewinds.
-  ASSERT_TRUE(player.previous());
-  EXPECT_EQ(current(), "a1");
-}
-
-TEST_F(Queue, PlayNextTracksComeFirstThenTheQueueGoesOn) {
-  ASSERT_TRUE(player.playList("alA", 0));
-  player.addPlayNext("b2");
-  player.addPlayNext("unknown");  // ignored
-  EXPECT_EQ(player.playNext(), std::vector<std::string>{"b2"});
-  advance(10);
-  EXPECT_EQ(current(), "b2");
-  EXPECT_TRUE(player.playNext().empty());
-  EXPECT_EQ(player.queueIndex(), 0);  // the queue waits where it was
-  advance(25);
-  EXPECT_EQ(current(), "a2");
-  EXPECT_EQ(player.queueIndex(), 1);
-}
-
-TEST_F(Queue, MovingTracksKeepsTheCurrentOnePlaying) {
-  ASSERT_TRUE(player.playList("alA", 1));
-  ASSERT_TRUE(player.moveInQueue("a3", 0));
-  EXPECT_EQ(player.queue(), (std::vector<std::string>{"a3", "a1", "a2"}));
-  EXPECT_EQ(player.queueIndex(), 2);
-  EXPECT_EQ(current(), "a2");
-  // An empty id moves the current track.
-  ASSERT_TRUE(player.moveInQueue("", 0));
-  EXPECT_EQ(player.queue(), (std::vector<std::string>{"a2", "a3", "a1"}));
-  EXPECT_EQ(player.queueIndex(), 0);
-  EXPECT_FALSE(player.moveInQueue("a1", 3));
-  EXPECT_FALSE(player.moveInQueue("b1", 0));
-  ASSERT_TRUE(player.next());
-  EXPECT_EQ(current(), "a3");
-}
-
-TEST_F(Playlists, CreatedPlaylistsAreEditedThroughTheCatalog) {
+TEST_F(PlayerTest, CreatedPlaylistsAreEditedThroughTheCatalog) {
   const int revision = player.libraryRevision();
   const std::string id = player.createPlaylist("Road trip");
   ASSERT_FALSE(id.empty());
-  EXPECT_GT(player.libraryRevision(), revision);
+  EXPECT_GT(player.libraryRevision(), revision) << "clients would not see the change";
   EXPECT_TRUE(player.createPlaylist("").empty());
-
-  ASSERT_TRUE(player.addToPlaylist(id, "alB"));  // an album adds all its tracks
-  ASSERT_TRUE(player.addToPlaylist(id, "a1"));
+  // An album adds all its tracks.
+  ASSERT_TRUE(player.addToPlaylist(id, "alB") && player.addToPlaylist(id, "a1"));
   EXPECT_EQ(player.tracksOf(id), (std::vector<std::string>{"b1", "b2", "a1"}));
-  ASSERT_TRUE(player.moveInPlaylist(id, "a1", 0));
-  ASSERT_TRUE(player.removeFromPlaylist(id, "b2"));
+  ASSERT_TRUE(player.moveInPlaylist(id, "a1", 0) && player.removeFromPlaylist(id, "b2"));
+  EXPECT_FALSE(player.addToPlaylist(id, "nope") || player.addToPlaylist("nope", "a1") ||
+               player.removeFromPlaylist(id, "a3") || player.moveInPlaylist(id, "a1", 5));
   EXPECT_EQ(player.tracksOf(id), (std::vector<std::string>{"a1", "b1"}));
   ASSERT_TRUE(player.setPlaylistInfo(id, "Road trip 2", "for the drive"));
-  player.withLibrary([&](const LibraryView& lib) {
-    EXPECT_EQ(lib.catalog.playlist(id)->name, "Road trip 2");
-    EXPECT_EQ(lib.catalog.playlist(id)->info, "for the drive");
-  });
-
-  EXPECT_FALSE(player.addToPlaylist(id, "nope"));
-  EXPECT_FALSE(player.addToPlaylist("nope", "a1"));
-  EXPECT_FALSE(player.removeFromPlaylist(id, "a3"));
-  EXPECT_FALSE(player.moveInPlaylist(id, "a1", 5));
-  EXPECT_EQ(player.tracksOf(id), (std::vector<std::string>{"a1", "b1"}));
-
-  // A playlist can be played, and deleting it leaves the queue alone.
-  ASSERT_TRUE(player.playList(id, 0));
-  ASSERT_TRUE(player.deletePlaylist(id));
-  EXPECT_FALSE(player.deletePlaylist(id));
-  EXPECT_TRUE(player.tracksOf(id).empty());
+  const auto named = [&](const LibraryView& lib) {
+    return lib.catalog.playlist(id)->name + ": " + lib.catalog.playlist(id)->info;
+  };
+  EXPECT_EQ(player.withLibrary(named), "Road trip 2: for the drive");
+  // Deleting a playlist that is playing leaves the queue alone.
+  ASSERT_TRUE(player.playList(id, 0) && player.deletePlaylist(id));
+  EXPECT_TRUE(player.tracksOf(id).empty() && !player.deletePlaylist(id));
   EXPECT_EQ(player.queue(), (std::vector<std::string>{"a1", "b1"}));
 }
 
-TEST_F(Background, DownloadsProgressPauseResumeAndFinish) {
+TEST_F(PlayerTest, DownloadsProgressPauseResumeFinishAndCancel) {
   StashItem item;
   item.sku = "S1";
-  item.title = "Second";
-  item.mediaId = "alB";
-  ASSERT_TRUE(player.addStashItem(item));
-  EXPECT_FALSE(player.addStashItem(item));  // one entry per SKU
-  StashItem got;
-  ASSERT_TRUE(player.findStashItem("S1", got));
-  EXPECT_EQ(got.trackIds, (std::vector<std::string>{"b1", "b2"}));
-
-  EXPECT_FALSE(player.pauseDownload("S1"));  // not running yet
-  ASSERT_TRUE(player.startDownload("S1"));
-  advance(1);
-  ASSERT_TRUE(player.findStashItem("S1", got));
-  EXPECT_EQ(got.state, DownloadState::Downloading);
-  EXPECT_GT(got.progress, 0);
-  EXPECT_LT(got.progress, 100);
-  const double paused = got.progress;
-  ASSERT_TRUE(player.pauseDownload("S1"));
-  advance(3);
-  ASSERT_TRUE(player.findStashItem("S1", got));
-  EXPECT_DOUBLE_EQ(got.progress, paused);
-  ASSERT_TRUE(player.resumeDownload("S1"));
-  for (int i = 0; i < 20; ++i) advance(1);
-  ASSERT_TRUE(player.findStashItem("S1", got));
-  EXPECT_EQ(got.state, DownloadState::Done);
-  EXPECT_DOUBLE_EQ(got.progress, 100);
-  EXPECT_FALSE(player.cancelDownload("S1"));  // nothing to cancel any more
-
-  ASSERT_TRUE(player.startDownload("S1"));
-  advance(1);
-  ASSERT_TRUE(player.cancelDownload("S1"));
-  ASSERT_TRUE(player.findStashItem("S1", got));
-  EXPECT_EQ(got.state, DownloadState::Idle);
-  EXPECT_DOUBLE_EQ(got.progress, 0);
-  EXPECT_FALSE(player.startDownload("nope"));
-  ASSERT_TRUE(player.removeStashItem("S1"));
-  EXPECT_FALSE(player.findStashItem("S1", got));
+  ASSERT_TRUE(player.addStashItem(item) && player.startDownload("S1"));
+  const auto after = [&](double seconds) {
+    now += seconds;
+    player.tick();
+    return player.findStashItem("S1", item) ? item.progress : -1;
+  };
+  const double progress = after(1);
+  EXPECT_TRUE(progress > 0 && progress < 100) << progress;
+  EXPECT_TRUE(player.pauseDownload("S1") && after(3) == progress) << "a paused one holds";
+  EXPECT_TRUE(player.resumeDownload("S1") && after(20) == 100 && item.state == DownloadState::Done);
+  EXPECT_TRUE(player.startDownload("S1") && after(1) > 0 && player.cancelDownload("S1"));
+  EXPECT_TRUE(after(0) == 0 && item.state == DownloadState::Idle);
 }
 
 // Service worker threads and the ticker call in together; the queue and the
@@ -254,42 +140,24 @@ TEST(PlayerThreads, ConcurrentCallsKeepTheQueueConsistent) {
   Player player(smallCatalog());
   ASSERT_TRUE(player.playList("ar1", 0));
   player.setMode(PlayMode::RepeatAll);
-  std::atomic<bool> stop{false};
-  std::thread ticker([&] {
-    while (!stop) player.tick();
-  });
   std::vector<std::thread> workers;
   for (int w = 0; w < 4; ++w) {
-    workers.emplace_back([&, w] {
-      for (int i = 0; i < 500; ++i) {
-        switch ((i + w) % 5) {
-          case 0:
-            player.next();
-            break;
-          case 1:
-            player.previous();
-            break;
-          case 2:
-            player.moveInQueue("", i % 5);
-            break;
-          case 3:
-            player.addPlayNext("a2");
-            break;
-          default:
-            player.setVolume(i % 101);
-            break;
-        }
-        const int index = player.queueIndex();
-        EXPECT_GE(index, 0);
-        EXPECT_LT(index, 5);
+    workers.emplace_back([&] {
+      for (int i = 0; i < 1000; ++i) {
+        player.tick();
+        player.next();
+        player.previous();
+        player.moveInQueue("", i % 5);
+        player.addPlayNext("a2");
+        player.setVolume(i);
+        EXPECT_LT(static_cast<unsigned>(player.queueIndex()), 5u);
       }
     });
   }
   for (auto& t : workers) t.join();
-  stop = true;
-  ticker.join();
-  EXPECT_EQ(player.queue().size(), 5u);
-  std::vector<std::string> sorted = player.queue();
-  std::sort(sorted.begin(), sorted.end());
-  EXPECT_EQ(sorted, (std::vector<std::string>{"a1", "a2", "a3", "b1", "b2"}));
+  const std::vector<std::string> queue = player.queue();
+  EXPECT_EQ(std::multiset<std::string>(queue.begin(), queue.end()),
+            (std::multiset<std::string>{"a1", "a2", "a3", "b1", "b2"}));
 }
+
+}  // namespace
