@@ -1,189 +1,157 @@
 #include <arpa/inet.h>
 #include <dns_sd.h>
-#include <netinet/in.h>
+#include <fcntl.h>
 #include <sys/socket.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <chrono>
-#include <cstdlib>
+#include <cstring>
+#include <cstdio>
 #include <iostream>
-#include <memory>
-#include <string>
+#include <regex>
 #include <thread>
 
 #include <gtest/gtest.h>
 
-#include "PlayerProcess.h"
-#include "discovery/BonjourNotifier.h"
-#include "service/VeloraRestService.h"
 #include "support/ServiceFixture.h"
-#include "support/TestHttp.h"
 
-// Publication against a real mDNS responder: a player process publishes its
-// port as a host would make it, and the test, playing the phone, browses for
-// it and connects to what it found. Needs a DNS-SD daemon (ctest starts one
-// through scripts/avahi-test-env.sh); without one these tests fail.
+// Publication through a real mDNS responder (ctest starts one with
+// scripts/avahi-test-env.sh); the test plays the phone.
 
 using namespace velora_test;
-using namespace std::chrono_literals;
+using namespace std::chrono;
 
 namespace {
 
-constexpr auto kReportLimit = 30s;
-// A new registration shows up in a browse once the daemon has probed its
-// name, about a second after the call.
-constexpr auto kBrowseLimit = 15s;
-// How long a name taken by another process may keep us from publishing.
-constexpr auto kNameConflictLimit = 40s;
-
-// ---- Player side ------------------------------------------------------------
-
-// A host with the publisher the service makes for itself.
-void servingPlayer(int base, PlayerReport& report, const std::function<void()>& handOver) {
-  TempDir pages;
-  VeloraRestService service(VeloraRestService::Options{nullptr, pages.path()});
-  RecordingRemoteListener host;
-  service.registerForNotification(&host);
-  mServicePort = base;
-  service.startListening();
-
-  report["bound"] = std::to_string(service.currentPort());
-  report["published"] = joinInts(host.publishedPorts());
-  report["failures"] = std::to_string(host.failures());
-  handOver();
-
-  service.shutdown();
-  service.unregisterFromNotification(&host);
-}
-
-// ---- Phone side -------------------------------------------------------------
-
-// Keeps a TCP port busy (bound and listening on all interfaces) while alive.
-class BusyPort {
- public:
-  explicit BusyPort(int port) : fd_(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
-    sockaddr_in addr{};
-    addr.sin_family = AF_INET;
-    addr.sin_addr.s_addr = htonl(INADDR_ANY);
-    addr.sin_port = htons(static_cast<uint16_t>(port));
-    bound_ =
-        ::bind(fd_, reinterpret_cast<sockaddr*>(&addr), sizeof addr) == 0 && ::listen(fd_, 4) == 0;
+// A registration ends only with its process, so a player is a child process
+// (this program in player mode), published until stop(). Its standard output
+// is the report; closing its input lets it go.
+struct Player {
+  Player(int base, const std::string& pages) {
+    int report[2], release[2];
+    if (::pipe2(report, O_CLOEXEC) != 0 || ::pipe2(release, O_CLOEXEC) != 0) return;
+    const std::string port = std::to_string(base);
+    // The library's thread pool runs from static initialisation on: exec at once.
+    if ((pid = ::fork()) == 0) {
+      ::dup2(report[1], STDOUT_FILENO);
+      ::dup2(release[0], STDIN_FILENO);
+      ::execl("/proc/self/exe", "player", "--player", port.c_str(), pages.c_str(), nullptr);
+      ::_exit(127);
+    }
+    ::close(report[1]);
+    ::close(release[0]);
+    releaseFd = release[1];
+    char buffer[4096];
+    for (ssize_t n; (n = ::read(report[0], buffer, sizeof buffer)) > 0;) output.append(buffer, n);
+    ::close(report[0]);
+    std::smatch m;
+    if (std::regex_search(output, m, std::regex("published on port(\\d+) with status (-?\\d+)"))) {
+      publishedPort = std::stoi(m[1]);
+      status = std::stoi(m[2]);
+    }
   }
-  ~BusyPort() { ::close(fd_); }
-  bool bound() const { return bound_; }
+  ~Player() { stop(); }
+  void stop() {
+    if (releaseFd >= 0) ::close(releaseFd);
+    if (pid > 0) ::waitpid(pid, nullptr, 0);
+    releaseFd = pid = -1;
+  }
 
- private:
-  int fd_;
-  bool bound_ = false;
+  pid_t pid = -1;
+  int releaseFd = -1;
+  std::string output;  // the console, then "bound=<port> heard=<ports;> failures=<n>"
+  int publishedPort = 0;
+  int status = 1;
 };
 
-// Starts a player and waits for its report. The daemon refuses a second
-// service of our type under the same name, and every player on this machine
-// gets the machine's name: a player of another test run (or a host someone
-// started) makes ours fail with a name conflict. Its publication ends with
-// its process, so wait for that and start over.
-std::unique_ptr<PlayerProcess> startPlayer(const std::string& scenario, int base) {
-  const auto deadline = std::chrono::steady_clock::now() + kNameConflictLimit;
-  for (;;) {
-    auto player = std::make_unique<PlayerProcess>(scenario, base);
-    if (!player->waitForReport(kReportLimit)) return player;
-    const auto line = findPublicationLine(player->output());
-    if (!line || line->status != kDNSServiceErr_NameConflict ||
-        std::chrono::steady_clock::now() > deadline) {
+// Every player on this machine takes the machine's name and the daemon
+// refuses a second one: wait out one that another test run keeps published.
+std::unique_ptr<Player> startPlayer(int base, const std::string& pages) {
+  for (const auto deadline = steady_clock::now() + 40s;; std::this_thread::sleep_for(1s)) {
+    auto player = std::make_unique<Player>(base, pages);
+    if (player->status != kDNSServiceErr_NameConflict || steady_clock::now() > deadline) {
       return player;
     }
-    std::cerr << "the service name is taken by another process; trying again\n";
-    player->stop();
-    std::this_thread::sleep_for(1s);
   }
 }
 
-// The player's console says it published `port`, successfully.
-void expectPublished(PlayerProcess& player, int port) {
-  const std::string output = player.output();
-  const auto line = findPublicationLine(output);
-  ASSERT_TRUE(line) << "the player never tried to publish; its output:\n" << output;
-  EXPECT_EQ(port, line->port);
-  ASSERT_NE(kDNSServiceErr_Unknown, line->status)
-      << "no DNS-SD daemon answered: run scripts/avahi-test-env.sh start (ctest runs it as the "
-         "discovery.avahi_env_start fixture)";
-  ASSERT_NE(kDNSServiceErr_NameConflict, line->status)
-      << "another process on this machine kept a player published under the machine's name "
-         "for too long (timeout 10 avahi-browse -rpt _veloraplayer._tcp shows it)";
-  ASSERT_EQ(0, line->status) << output;
+// Browses until a player shows at `port` (or, unless `shown`, none does); a
+// fresh registration shows once the daemon has probed its name.
+bool browseUntil(int port, bool shown, std::string& raw) {
+  // =;interface;protocol;name;type;domain;host;address;port;txt
+  const std::regex resolved("(^|\\n)=;([^;\\n]*;){7}" + std::to_string(port) + ";");
+  for (const auto deadline = steady_clock::now() + 15s; steady_clock::now() < deadline;) {
+    raw.clear();
+    FILE* pipe = ::popen("timeout 10 avahi-browse -rpt _veloraplayer._tcp 2>&1", "r");
+    char buffer[4096];
+    for (size_t n; pipe && (n = std::fread(buffer, 1, sizeof buffer, pipe)) > 0;)
+      raw.append(buffer, n);
+    if (pipe) ::pclose(pipe);
+    if (std::regex_search(raw, resolved) == shown) return true;
+    std::this_thread::sleep_for(250ms);
+  }
+  return false;
 }
 
-void expectAnswersHttp(int port) {
-  const HttpReply reply = httpGet(port, "/nothing");
-  EXPECT_GE(reply.status, 100) << "no HTTP answer on port " << port;
-  EXPECT_LT(reply.status, 600);
+// Serves from `base`: phones must be sent to `served` and the host hears of
+// `base`; the publication must go with the player.
+void expectPhoneFindsPlayer(int base, int served) {
+  TempDir pages;
+  auto player = startPlayer(base, pages.path());
+  ASSERT_EQ(0, player->status)
+      << "publication failed; is the daemon up (scripts/avahi-test-env.sh)? " << player->output;
+  EXPECT_EQ(served, player->publishedPort);
+  EXPECT_NE(std::string::npos, player->output.find("bound=" + std::to_string(served) + " heard=" +
+                                                   std::to_string(base) + "; failures=0\n"))
+      << player->output;
+
+  std::string raw;
+  ASSERT_TRUE(browseUntil(served, true, raw)) << "port " << served << " never showed: " << raw;
+  EXPECT_TRUE(served == base || browseUntil(base, false, raw)) << "busy base shown: " << raw;
+  const int status = httpGet(served, "/nothing").status;
+  EXPECT_TRUE(status >= 100 && status < 600) << "no HTTP answer on port " << served;
+
+  // Phones must not keep offering a player that is gone.
+  player->stop();
+  EXPECT_TRUE(browseUntil(served, false, raw)) << "publication outlived its player: " << raw;
 }
 
 TEST(PublicationWithDaemon, PhoneFindsThePlayerAndTheHostHearsTheBasePort) {
   const int base = findFreePortBlock();
-  auto player = startPlayer("serving", base);
-  ASSERT_TRUE(player->waitForReport(0ms)) << "no report; player output:\n" << player->output();
-  EXPECT_EQ(std::to_string(base), player->value("bound"));
-  ASSERT_NO_FATAL_FAILURE(expectPublished(*player, base));
-  EXPECT_EQ(std::to_string(base), player->value("published"));
-  EXPECT_EQ("0", player->value("failures"));
-
-  std::string browse;
-  const auto found =
-      waitForPlayer([&](const BrowsedService& s) { return s.port == base; }, kBrowseLimit, &browse);
-  ASSERT_TRUE(found) << "no browse showed port " << base << "; the last one:\n" << browse;
-  // The phone connects to what it found.
-  expectAnswersHttp(found->port);
-
-  // Nothing withdraws a publication but the end of its process; then it must
-  // go, or phones would keep offering a player that is not there.
-  player->stop();
-  const auto deadline = std::chrono::steady_clock::now() + kBrowseLimit;
-  bool gone = false;
-  for (;;) {
-    const auto services = browsePlayers(&browse);
-    gone = std::none_of(services.begin(), services.end(), [&](const BrowsedService& s) {
-      return s.port == base && s.name == found->name;
-    });
-    if (gone || std::chrono::steady_clock::now() > deadline) break;
-    std::this_thread::sleep_for(250ms);
-  }
-  EXPECT_TRUE(gone) << "the publication outlived its player:\n" << browse;
+  expectPhoneFindsPlayer(base, base);
 }
 
 TEST(PublicationWithDaemon, BusyBasePortPublishesTheServedPortButHostHearsTheBase) {
   const int base = findFreePortBlock();
-  BusyPort busy(base);
-  ASSERT_TRUE(busy.bound()) << "port " << base << " was taken before the test could hold it";
-
-  auto player = startPlayer("serving", base);
-  ASSERT_TRUE(player->waitForReport(0ms)) << "no report; player output:\n" << player->output();
-  EXPECT_EQ(std::to_string(base + 1), player->value("bound"));
-  // Phones must be sent to the port really served...
-  ASSERT_NO_FATAL_FAILURE(expectPublished(*player, base + 1));
-  // ...while the host is told the configured one.
-  EXPECT_EQ(std::to_string(base), player->value("published"));
-
-  std::string browse;
-  const auto found = waitForPlayer([&](const BrowsedService& s) { return s.port == base + 1; },
-                                   kBrowseLimit, &browse);
-  ASSERT_TRUE(found) << "no browse showed port " << base + 1 << "; the last one:\n" << browse;
-  for (const auto& s : browsePlayers(&browse)) {
-    if (s.name == found->name) {
-      EXPECT_NE(base, s.port) << browse;
-    }
-  }
-  expectAnswersHttp(found->port);
+  const int busy = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+  sockaddr_in addr{};
+  addr.sin_family = AF_INET;
+  addr.sin_port = htons(static_cast<uint16_t>(base));
+  ASSERT_EQ(0, ::bind(busy, reinterpret_cast<sockaddr*>(&addr), sizeof addr)) << base;
+  ASSERT_EQ(0, ::listen(busy, 1));
+  expectPhoneFindsPlayer(base, base + 1);
+  ::close(busy);
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
-  setenv("AVAHI_COMPAT_NOWARN", "1", 1);
-  int exitCode = 0;
-  if (runPlayerIfAsked(argc, argv, {{"serving", servingPlayer}}, exitCode)) {
-    return exitCode;
+  if (argc == 4 && std::strcmp(argv[1], "--player") == 0) {
+    ::alarm(90);  // never outlive a stuck test run
+    VeloraRestService service(VeloraRestService::Options{nullptr, argv[3]});
+    RecordingRemoteListener host;
+    service.registerForNotification(&host);
+    mServicePort = std::atoi(argv[2]);
+    service.startListening();
+    std::cout << "bound=" << service.currentPort() << " heard=";
+    for (int p : host.publishedPorts()) std::cout << p << ";";
+    std::cout << " failures=" << host.failures() << std::endl;
+    ::dup2(::open("/dev/null", O_WRONLY), STDOUT_FILENO);  // the report is complete
+    for (char c; ::read(STDIN_FILENO, &c, 1) > 0;) {
+    }
+    service.shutdown();
+    std::_Exit(0);
   }
   testing::InitGoogleTest(&argc, argv);
   return RUN_ALL_TESTS();
