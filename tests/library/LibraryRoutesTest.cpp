@@ -52,12 +52,11 @@ class LibraryRoutes : public RoutedService {
     return a;
   }
   // What the library routes send for a genre whose picture lies at `location`.
-  value genreArtwork(const char* location, std::string* log = nullptr) {
+  value genreArtwork(const std::string& location) {
     Genre* g = keep(Genre::getGenre("g1"));
-    g->setArtworkPath(location);
+    g->setArtworkPath(location.c_str());
     g->setArtworkID("gw");
-    const std::string out = captureStdout([&] { s.setGenreList({g}); });
-    if (log != nullptr) *log = out;
+    captureStdout([&] { s.setGenreList({g}); });
     return value::parse(get("/library/genres").body).at("genres").at(0).at("artworkdata");
   }
   value status() { return value::parse(get("/status").body); }
@@ -204,12 +203,12 @@ TEST_F(LibraryRoutes, ItemsAreEncodedWithTheirKeysInOrder) {
   s.setGenreList({g});
   // A genre always carries its picture but not its albums' children; a
   // client with a token collects the library through "status" instead.
-  EXPECT_EQ("", get("/library/genres?token=abc").body);
+  const HttpReply withToken = get("/library/genres?token=abc");
+  EXPECT_EQ("", withToken.body);
+  EXPECT_EQ("", withToken.header("Access-Control-Allow-Origin"));
   EXPECT_EQ(R"([{"id":"g1","name":"Jazz","info":"","source":0,"libraryLocation":"",)"
-            R"("artwork":"","artworkdata":{"id":"gw"},"albums":[{"id":"al1","source":2,)"
-            R"("name":"Album","artistid":"ar1","artistname":"Artist","info":"","duration":400,)"
-            R"("trackcount":2,"tracks":[],"available":0,"mqa":1,"libraryLocation":"",)"
-            R"("artwork":"","artworkdata":{"id":""}}],"playlists":[]}])",
+            R"("artwork":"","artworkdata":{"id":"gw"},"albums":[)" +
+                albumHead + albumTail + R"(,"artworkdata":{"id":""}}],"playlists":[]}])",
             status().at("library").at("genres").serialize());
 }
 
@@ -218,25 +217,19 @@ TEST_F(LibraryRoutes, PicturesAreSentInlineByUrlOrNotAtAll) {
             genreArtwork("http://img.example.com/c/1.jpg?size=600").serialize());
   EXPECT_EQ(R"({"id":"gw","url":"https://cdn.example.org:8443/x.png"})",
             genreArtwork("ftp://cdn.example.org:8443/x.png").serialize());
-  std::string log;
-  EXPECT_EQ(R"({"id":"gw"})", genreArtwork("", &log).serialize());
-  EXPECT_EQ("", log);
-  EXPECT_EQ(R"({"id":"gw"})", genreArtwork("no such file %%", &log).serialize());
-  EXPECT_EQ("ERROR Unable to open artwork at path: no such file %%\n", log);
-
-  // A small file is still sent whole, with a warning, each time it is asked for.
-  const std::string small = files.write("cover.jpg", std::string(100, '\x7f'));
-  const value art = genreArtwork(small.c_str(), &log);
-  EXPECT_EQ("ERROR Artwork encoded with size: 136\n", log);
-  EXPECT_EQ(136u, art.at("imagedata").as_string().size());
-  EXPECT_FALSE(art.has_field("sha1"));
-  EXPECT_EQ(art.serialize(), genreArtwork(small.c_str()).serialize());
-  std::string bytes;
-  for (int i = 0; i < 3000; ++i) bytes.push_back(static_cast<char>(i * 7));
-  const value big = genreArtwork(files.write("big.png", bytes).c_str(), &log);
-  EXPECT_EQ("", log);
-  const auto decoded = utility::conversions::from_base64(big.at("imagedata").as_string());
-  EXPECT_EQ(bytes, std::string(decoded.begin(), decoded.end()));
+  EXPECT_EQ(R"({"id":"gw"})", genreArtwork("").serialize());
+  EXPECT_EQ(R"({"id":"gw"})", genreArtwork("no such file %%").serialize());
+  // Files are sent whole, small ones too, each time they are asked for.
+  for (const std::string& bytes : {std::string(100, '\x7f'), std::string(3000, '\0')}) {
+    std::string data = bytes;
+    for (size_t i = 0; i < data.size(); ++i) data[i] = static_cast<char>(data[i] + i * 7);
+    const std::string file = files.write("cover.jpg", data);
+    const value art = genreArtwork(file);
+    const auto decoded = utility::conversions::from_base64(art.at("imagedata").as_string());
+    EXPECT_EQ(data, std::string(decoded.begin(), decoded.end()));
+    EXPECT_FALSE(art.has_field("sha1"));
+    EXPECT_EQ(art.serialize(), genreArtwork(file).serialize());
+  }
 
   status();  // delivered once: the next change is news on its own
   captureStdout([&] {

@@ -1,10 +1,11 @@
 #pragma once
 
-// A host that records every callback as a line of text ("onSetVolume 40") and
-// answers each status with what the test asked for (0 by default). Actions
-// registered for a callback run inside it, before the status is set, the way
-// a host stores its answer through a setter before returning.
+// A host that records every callback as a line ("onSetVolume 40") and answers
+// each status as the test asked (0 by default). An action registered for a
+// callback runs inside it, as a host stores its answer through a setter.
 
+#include <algorithm>
+#include <chrono>
 #include <condition_variable>
 #include <functional>
 #include <map>
@@ -45,41 +46,23 @@ class RecordingHost : public IVeloraRemoteServiceListener,
     std::lock_guard<std::mutex> lock(mutex_);
     calls_.clear();
   }
-  // The last call of `callback` ("" when none), without the callback's name.
+  // The arguments of the last call of `callback` ("" when none).
   std::string last(const std::string& callback) {
     std::lock_guard<std::mutex> lock(mutex_);
     for (auto it = calls_.rbegin(); it != calls_.rend(); ++it) {
-      if (it->compare(0, callback.size(), callback) == 0 &&
-          (it->size() == callback.size() || (*it)[callback.size()] == ' ')) {
-        return it->size() == callback.size() ? std::string() : it->substr(callback.size() + 1);
-      }
+      if (named(*it, callback)) return it->substr(std::min(it->size(), callback.size() + 1));
     }
     return "";
   }
   int count(const std::string& callback) {
     std::lock_guard<std::mutex> lock(mutex_);
-    int n = 0;
-    for (const auto& c : calls_) {
-      if (c.compare(0, callback.size(), callback) == 0 &&
-          (c.size() == callback.size() || c[callback.size()] == ' ')) {
-        ++n;
-      }
-    }
-    return n;
+    return countLocked(callback);
   }
   // Waits until `callback` has been called `n` times in all.
   bool waitFor(const std::string& callback, int n, int timeoutMs = 3000) {
     std::unique_lock<std::mutex> lock(mutex_);
-    return called_.wait_for(lock, std::chrono::milliseconds(timeoutMs), [&] {
-      int seen = 0;
-      for (const auto& c : calls_) {
-        if (c.compare(0, callback.size(), callback) == 0 &&
-            (c.size() == callback.size() || c[callback.size()] == ' ')) {
-          ++seen;
-        }
-      }
-      return seen >= n;
-    });
+    return called_.wait_for(lock, std::chrono::milliseconds(timeoutMs),
+                            [&] { return countLocked(callback) >= n; });
   }
   // Registers every listener with the service.
   void attach(IVeloraRemoteCoordinator& s) {
@@ -131,8 +114,7 @@ class RecordingHost : public IVeloraRemoteServiceListener,
     return "{" + std::to_string(v.code) + ",'" + v.name + "'," + std::to_string(v.version) + "}";
   }
 
-  // A callback that ends in a status gets the answer in it; the other
-  // arguments make the line.
+  // A trailing status argument gets the answer; the others make the line.
   template <bool kEndsInStatus, typename... Args>
   void record(const char* name, std::tuple<Args&...> args) {
     constexpr std::size_t shown = sizeof...(Args) - (kEndsInStatus ? 1 : 0);
@@ -162,6 +144,16 @@ class RecordingHost : public IVeloraRemoteServiceListener,
       *status = it == statuses_.end() ? 0 : it->second;
     }
     called_.notify_all();
+  }
+
+  static bool named(const std::string& line, const std::string& callback) {
+    return line.compare(0, callback.size(), callback) == 0 &&
+           (line.size() == callback.size() || line[callback.size()] == ' ');
+  }
+  int countLocked(const std::string& callback) {
+    int n = 0;
+    for (const auto& c : calls_) n += named(c, callback) ? 1 : 0;
+    return n;
   }
 
   std::mutex mutex_;

@@ -6,13 +6,12 @@
 
 #include "host/Observable.h"
 #include "service/VeloraRestService.h"
-#include "support/NullListeners.h"
 #include "support/TestHttp.h"
+#include "velora/VeloraRemoteSDK.h"
 
 namespace velora_test {
 
-// A publisher that never touches the network: it records each request and
-// answers with `result` (reporting success to its listeners when that is 0).
+// A publisher off the network: records each port and answers `result`.
 class FakeNotifier : public IServiceNotifier {
  public:
   int result = 0;
@@ -67,8 +66,7 @@ class RecordingRemoteListener : public NullVeloraRemoteServiceListener {
   int failures_ = 0;
 };
 
-// A service of the test's own, with a fake publisher and a temporary pages
-// folder, listening on a block of free ports.
+// A service of the test's own, with a fake publisher and a temporary pages folder.
 class ServiceUnderTest {
  public:
   ServiceUnderTest()
@@ -76,10 +74,8 @@ class ServiceUnderTest {
         service(std::make_unique<VeloraRestService>(
             VeloraRestService::Options{notifier, pages.path()})) {}
 
-  // Binds the service from a free base port; returns the port it serves.
-  // Another process may bind the base between the check and the service's
-  // bind; the service would then serve a later port, which tests comparing
-  // with `base` take for a fault, so it starts over on a fresh block.
+  // Serves from a free base port; returns the port served. Another process
+  // may take the base before the bind, so a moved service starts over.
   int start() {
     for (int attempt = 1;; ++attempt) {
       base = findFreePortBlock();
