@@ -1,7 +1,5 @@
 #include "host/ChangeFeed.h"
 
-#include <future>
-
 void ChangeFeed::raise() {
   std::lock_guard<std::mutex> lock(mutex_);
   raised_ = true;
@@ -25,11 +23,4 @@ void ChangeFeed::wait(Clock::time_point deadline, Waiter waiter) {
   } else {
     lot_.park({}, deadline, std::move(waiter));
   }
-}
-
-bool ChangeFeed::waitUntil(Clock::time_point deadline) {
-  auto woken = std::make_shared<std::promise<bool>>();
-  auto result = woken->get_future();
-  wait(deadline, [woken](bool signalled) { woken->set_value(signalled); });
-  return result.get();
 }

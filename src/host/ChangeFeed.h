@@ -31,9 +31,6 @@ class ChangeFeed {
   // Wakes every waiter at once, without a signal (when the service closes).
   void releaseAll() { lot_.releaseAll(); }
 
-  // Waits on the calling thread; true when woken by a raise().
-  bool waitUntil(Clock::time_point deadline);
-
   size_t waiting() const { return lot_.size(); }
 
  private:
