@@ -135,7 +135,7 @@ constexpr const char* kClientToken = "fuzz-token";
 
 // A fresh service per input, as the host sees it after loading the library
 // (no Init(): the documents start null), with a recording host on every
-// listener and one client that paired with code 5 and was approved. The
+// listener (the queue extension too) and one client that paired with code 5 and was approved. The
 // client's token is fixed so that inputs can name it.
 class FuzzService {
  public:
@@ -143,6 +143,7 @@ class FuzzService {
       : service(std::make_unique<VeloraRestService>(
             VeloraRestService::Options{std::make_shared<SilentNotifier>(), pagesFolder()})) {
     host.attach(*service);
+    service->setQueueExtension(&host);
     auto client = service->connections().createConnection(kClientCode, "Fuzz", 3);
     std::snprintf(client->token, sizeof client->token, "%s", kClientToken);
     Capabilities caps{7};

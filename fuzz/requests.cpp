@@ -34,7 +34,7 @@ struct Request {
 };
 
 void run(velora_fuzz::FuzzService& s, const Request& request) {
-  static const std::set<int> kDefined = {200, 304, 400, 401, 403, 404, 500, 503};
+  static const std::set<int> kDefined = {200, 304, 400, 401, 403, 404, 500, 501, 503};
   const int status = velora_fuzz::handle(*s, request.method, request.uri, request.body);
   if (status != 0 && kDefined.count(status) == 0) {
     velora_fuzz::fail("status " + std::to_string(status) + " for " + request.method + " " +

@@ -11,6 +11,8 @@
 //
 // A listener that serves only some callbacks derives from the matching
 // NullVelora...ServiceListener (VeloraNullListeners.h) and overrides those.
+// Queue editing and seeking are an extension with a listener of their own
+// (VeloraQueueExtension.h).
 
 #include <string>
 
@@ -18,6 +20,7 @@
 #include "velora/VeloraLibraryItems.h"
 #include "velora/VeloraListeners.h"
 #include "velora/VeloraNullListeners.h"
+#include "velora/VeloraQueueExtension.h"
 #include "velora/VeloraServices.h"
 #include "velora/VeloraTypes.h"
 

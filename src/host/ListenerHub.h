@@ -1,6 +1,7 @@
 #pragma once
 
 #include "host/Observable.h"
+#include "velora/VeloraQueueExtension.h"
 #include "velora/VeloraRemoteSDK.h"
 
 // The host's listeners: one registry per listener interface, and the one way
@@ -36,6 +37,10 @@ class ListenerHub {
     return status;
   }
 
+  // The queue extension has one listener at a time: setting one replaces the
+  // other in a single step, so no request sees both or, between them, none.
+  int setQueueExtension(IVeloraQueueExtensionListener* l) { return queue_.replaceAll(l); }
+
  private:
   auto& registry(IVeloraRemoteServiceListener*) { return remote_; }
   auto& registry(IVeloraLibraryServiceListener*) { return library_; }
@@ -45,6 +50,7 @@ class ListenerHub {
   auto& registry(IVeloraACServiceListener*) { return ac_; }
   auto& registry(IVeloraHPServiceListener*) { return hp_; }
   auto& registry(IVeloraSettingsServiceListener*) { return settings_; }
+  auto& registry(IVeloraQueueExtensionListener*) { return queue_; }
 
   detail::ObservableBase<IVeloraPlaybackServiceListener> playback_;
   detail::ObservableBase<IVeloraEqualizerServiceListener> equalizer_;
@@ -54,4 +60,5 @@ class ListenerHub {
   detail::ObservableBase<IVeloraLibraryServiceListener> library_;
   detail::ObservableBase<IVeloraSettingsServiceListener> settings_;
   detail::ObservableBase<IVeloraRemoteServiceListener> remote_;
+  detail::ObservableBase<IVeloraQueueExtensionListener> queue_;
 };

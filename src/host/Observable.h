@@ -53,6 +53,20 @@ class ObservableBase {
     return kSubscriptionChanged;
   }
 
+  // Makes `p` the only listener, or leaves none for null, in one step: a
+  // firing sees the listeners before or after, never a mix or a gap.
+  // kNotSubscribed when there was nothing to remove, kAlreadySubscribed when
+  // `p` already was the only one.
+  int replaceAll(P p) {
+    std::lock_guard<std::recursive_mutex> lock(mutex_);
+    if (p == nullptr ? listeners_.empty() : listeners_ == std::vector<P>{p}) {
+      return p == nullptr ? kNotSubscribed : kAlreadySubscribed;
+    }
+    listeners_.clear();
+    if (p != nullptr) listeners_.push_back(p);
+    return kSubscriptionChanged;
+  }
+
   bool has(P& p) {
     std::lock_guard<std::recursive_mutex> lock(mutex_);
     return std::find(listeners_.begin(), listeners_.end(), p) != listeners_.end();
@@ -60,19 +74,23 @@ class ObservableBase {
 
   // Calls `callback` on every listener registered when the firing started and
   // still registered when its turn comes. Arguments go by reference so that
-  // callbacks can write results back to the caller.
+  // callbacks can write results back to the caller. Returns how many were
+  // called, so a caller can tell that nobody heard.
   template <typename... Params, typename... Args>
-  void stable_fire(void (L::*callback)(Params...), Args&&... args) {
+  size_t stable_fire(void (L::*callback)(Params...), Args&&... args) {
     std::vector<P> snapshot;
     {
       std::lock_guard<std::recursive_mutex> lock(mutex_);
       snapshot = listeners_;
     }
+    size_t called = 0;
     for (P& listener : snapshot) {
       if (listener != nullptr && has(listener)) {
         (listener->*callback)(args...);
+        ++called;
       }
     }
+    return called;
   }
 
   bool empty() {

@@ -1,6 +1,27 @@
 #include "http/Route.h"
 
+#include <charconv>
+#include <cmath>
+#include <stdexcept>
+
 using web::http::status_codes;
+
+namespace {
+
+// The whole of `text` as a number, or false. from_chars ignores the locale,
+// which a host may have set to one with decimal commas.
+template <typename T>
+bool parseAll(const std::string& text, T& out) {
+  const char* end = text.data() + text.size();
+  const auto [stop, error] = std::from_chars(text.data(), end, out);
+  return error == std::errc() && stop == end && !text.empty();
+}
+
+bool parseDecimal(const std::string& text, float& out) {
+  return parseAll(text, out) && std::isfinite(out);
+}
+
+}  // namespace
 
 std::string Arg::text(const RouteRequest& r) const {
   switch (kind) {
@@ -17,7 +38,30 @@ std::string Arg::text(const RouteRequest& r) const {
 
 int Arg::number(const RouteRequest& r) const {
   if (kind == Count && !r.has(key)) return absent;
-  return r.number(key);
+  if (kind != Whole) return r.number(key);
+  int v = 0;
+  if (!parseAll(r.text(key), v)) throw std::invalid_argument(key);
+  return v;
+}
+
+float Arg::decimal(const RouteRequest& r) const {
+  float v = 0;
+  if (!parseDecimal(r.text(key), v)) throw std::invalid_argument(key);
+  return v;
+}
+
+bool Arg::readable(const RouteRequest& r) const {
+  if (!r.has(key)) return false;
+  int whole = 0;
+  float decimal = 0;
+  switch (kind) {
+    case Whole:
+      return parseAll(r.text(key), whole);
+    case Decimal:
+      return parseDecimal(r.text(key), decimal);
+    default:
+      return true;
+  }
 }
 
 bool Arg::flag(const RouteRequest& r) const {
@@ -27,7 +71,7 @@ bool Arg::flag(const RouteRequest& r) const {
 std::optional<web::http::http_response> route_detail::missing(Call& c, const std::vector<Arg>& args,
                                                               const Outcome& outcome) {
   for (const Arg& a : args) {
-    if (a.required && !c.r.has(a.key)) {
+    if (a.required && !a.readable(c.r)) {
       return Replies::text(outcome.missingStatus ? outcome.missingStatus : outcome.failureStatus,
                            outcome.missingText ? outcome.missingText : outcome.failure);
     }
@@ -41,6 +85,10 @@ Answer conclude(Call& c, int status, const Outcome& outcome) {
     return Replies::text(status_codes::ServiceUnavailable, "Connection to Tarn Server Failed.");
   }
   return Replies::text(outcome.failureStatus, outcome.failure);
+}
+
+web::http::http_response notImplemented() {
+  return Replies::text(status_codes::NotImplemented, "Not Implemented");
 }
 
 Answer reply(Call& c, const SuccessReply& success) {

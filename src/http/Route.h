@@ -103,7 +103,9 @@ struct SuccessReply {
 // server could not be reached) gives 503 "Connection to Tarn Server
 // Failed.". A required key that is missing gives `missingText` (or the
 // failure text) with `missingStatus` (or the failure status), and the host
-// is not asked.
+// is not asked. Where `unheardIs501`, a callback with no listener to hear it
+// gives notImplemented(), whatever the query: an optional listener's routes
+// tell clients so.
 struct Outcome {
   const char* failure = "";
   unsigned short failureStatus = 401;
@@ -111,13 +113,14 @@ struct Outcome {
   bool unreachableIs503 = false;
   unsigned short missingStatus = 0;
   const char* missingText = nullptr;
+  bool unheardIs501 = false;
 };
 
 constexpr Outcome answering(SuccessReply reply) { return {"", 401, reply}; }
 
 // Where a callback's argument comes from.
 struct Arg {
-  enum Kind { Text, Decoded, Fixed, After, Number, Count, Bool, One };
+  enum Kind { Text, Decoded, Fixed, After, Number, Count, Bool, One, Whole, Decimal };
   Kind kind;
   const char* key;
   const char* fallback = "";
@@ -127,7 +130,10 @@ struct Arg {
 
   std::string text(const RouteRequest& r) const;
   int number(const RouteRequest& r) const;
+  float decimal(const RouteRequest& r) const;
   bool flag(const RouteRequest& r) const;
+  // Present, and for the strict numbers a number to the last character.
+  bool readable(const RouteRequest& r) const;
   // The same, and the route fails without asking the host when it is absent.
   Arg needed() const {
     Arg a = *this;
@@ -149,6 +155,11 @@ inline Arg after(const char* key, size_t minCount, const char* fallback) {
 // A decimal number; anything else fails the request with 500.
 inline Arg number(const char* key) { return {Arg::Number, key}; }
 inline Arg count(const char* key, int absent) { return {Arg::Count, key, "", 0, absent}; }
+// Strict numbers: a value that is not wholly a number (an int, or a finite
+// float in C locale notation) counts as missing, so that a required one is
+// refused with the missing text rather than a 500.
+inline Arg whole(const char* key) { return {Arg::Whole, key}; }
+inline Arg decimal(const char* key) { return {Arg::Decimal, key}; }
 inline Arg boolean(const char* key) { return {Arg::Bool, key}; }
 // True when the number is 1.
 inline Arg one(const char* key) { return {Arg::One, key}; }
@@ -173,6 +184,12 @@ struct Slot<int&> {
   int v;
 };
 template <>
+struct Slot<float&> {
+  Slot(const Arg& a, const RouteRequest& r) : v(a.decimal(r)) {}
+  float& get() { return v; }
+  float v;
+};
+template <>
 struct Slot<bool&> {
   Slot(const Arg& a, const RouteRequest& r) : v(a.flag(r)) {}
   bool& get() { return v; }
@@ -192,12 +209,13 @@ struct Slot<PlaybackMode&> {
   PlaybackMode v;
 };
 
+// Returns how many listeners heard the callback.
 template <typename L, typename Callback, typename Params, size_t... I, typename... Extra>
-void fire(Call& c, Callback cb, const std::vector<Arg>& args, std::index_sequence<I...>,
-          Extra&... extra) {
+size_t fire(Call& c, Callback cb, const std::vector<Arg>& args, std::index_sequence<I...>,
+            Extra&... extra) {
   std::tuple<Slot<std::tuple_element_t<I, Params>>...> slots{
       Slot<std::tuple_element_t<I, Params>>(args[I], c.r)...};
-  c.u.hub.of<L>().stable_fire(cb, std::get<I>(slots).get()..., extra...);
+  return c.u.hub.of<L>().stable_fire(cb, std::get<I>(slots).get()..., extra...);
 }
 
 // A row whose arguments do not fit its callback is a mistake in the table.
@@ -215,16 +233,22 @@ std::optional<web::http::http_response> missing(Call& c, const std::vector<Arg>&
 
 Answer conclude(Call& c, int status, const Outcome& outcome);
 Answer reply(Call& c, const SuccessReply& success);
+// 501 "Not Implemented": the host registered no listener for the route.
+web::http::http_response notImplemented();
 
 // The exchange: a callback whose last argument is the status.
 template <typename L, typename... P>
 Handler ask(void (L::*callback)(P...), Outcome outcome, std::vector<Arg> args = {}) {
   route_detail::checkArity(args.size(), sizeof...(P) - 1);
   return [=](Call& c) -> Answer {
+    // Asked before the keys are read, and again by the call itself: the
+    // listener may go between the two.
+    if (outcome.unheardIs501 && c.u.hub.of<L>().empty()) return notImplemented();
     if (auto refused = route_detail::missing(c, args, outcome)) return refused;
     int status = 0;
-    route_detail::fire<L, decltype(callback), std::tuple<P...>>(
+    const size_t heard = route_detail::fire<L, decltype(callback), std::tuple<P...>>(
         c, callback, args, std::make_index_sequence<sizeof...(P) - 1>(), status);
+    if (outcome.unheardIs501 && heard == 0) return notImplemented();
     return conclude(c, status, outcome);
   };
 }

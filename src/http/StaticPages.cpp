@@ -1,4 +1,7 @@
+#include <strings.h>
 #include <sys/stat.h>
+
+#include <algorithm>
 
 #include <cpprest/filestream.h>
 
@@ -30,10 +33,33 @@ bool isRegularFile(const std::string& file) {
   return ::stat(file.c_str(), &st) == 0 && S_ISREG(st.st_mode);
 }
 
+// The web remote changes with each release. Its pages and its service worker
+// are checked on every load, so that an update shows at once; a file whose
+// name carries a hash of its content (app.3f9a2c1b.js) never changes under
+// that name; anything else may be a few minutes old. Replies carry no
+// validator, so a client always gets the whole file, never a 304.
+std::string cacheControl(const std::string& file) {
+  const std::string name = file.substr(file.rfind('/') + 1);
+  const size_t ext = name.rfind('.');
+  if (name == "sw.js" || (ext != std::string::npos && ::strcasecmp(&name[ext], ".html") == 0)) {
+    return "no-cache";
+  }
+  const size_t hash =
+      ext == std::string::npos || ext == 0 ? std::string::npos : name.rfind('.', ext - 1);
+  const auto alnum = [](char c) {
+    return (c >= '0' && c <= '9') || (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z');
+  };
+  if (hash != std::string::npos && ext - hash > 8 &&
+      std::all_of(name.begin() + hash + 1, name.begin() + ext, alnum)) {
+    return "public, max-age=31536000, immutable";
+  }
+  return "public, max-age=300";
+}
+
 }  // namespace
 
 bool StaticPages::serveStaticPage(http_request& request, const std::string& decodedPath,
-                                        const std::string& contentType) {
+                                  const std::string& contentType) {
   std::string file = decodedPath;
   if (!file.empty() && file.back() == '/') file += "index.html";
 
@@ -60,7 +86,7 @@ bool StaticPages::serveStaticPage(http_request& request, const std::string& deco
 }
 
 void StaticPages::serveFile(http_request& request, const std::string& file,
-                                  const std::string& contentType) {
+                            const std::string& contentType) {
   // Only regular files stream: a folder opens for reading too, but has no
   // content to send.
   if (!isRegularFile(file)) {
@@ -89,7 +115,8 @@ void StaticPages::serveFile(http_request& request, const std::string& file,
           });
         });
       })
-      .then([this, request, body, contentType](pplx::task<size_t> read) {
+      .then([this, request, body, contentType,
+             caching = cacheControl(file)](pplx::task<size_t> read) {
         http_request client = request;
         try {
           read.get();
@@ -97,6 +124,7 @@ void StaticPages::serveFile(http_request& request, const std::string& file,
           const auto size = static_cast<utility::size64_t>(bytes.size());
           http_response response(status_codes::OK);
           response.set_body(streams::bytestream::open_istream(std::move(bytes)), size, contentType);
+          response.headers().add("Cache-Control", caching);
           replies_.send(client, response);
         } catch (...) {
           // The file vanished between the check and the opening, or could

@@ -32,10 +32,14 @@ void useWorkerThreads(size_t n) {
 
 // The one service of the process, made while the library loads and released
 // at exit.
-std::shared_ptr<IVeloraRemoteCoordinator> serviceHolder = std::make_shared<VeloraRestService>();
+std::shared_ptr<VeloraRestService> serviceHolder = std::make_shared<VeloraRestService>();
 }  // namespace
 
 IVeloraRemoteCoordinator* VeloraRemoteSDK::getVeloraService() { return serviceHolder.get(); }
+
+int setVeloraQueueExtension(IVeloraQueueExtensionListener* listener) {
+  return serviceHolder->setQueueExtension(listener);
+}
 
 std::string getSDKVersionStr() { return kVersion; }
 int getSDKVersionInt() { return kVersionNumber; }

@@ -14,8 +14,8 @@ const RouteList& Router::routes() {
   static const RouteList all = [] {
     RouteList rows;
     for (const RouteList* area :
-         {&serviceRoutes(), &transportRoutes(), &presetRoutes(), &libraryRoutes(), &accountRoutes(),
-          &optionsRoutes(), &stashRoutes(), &scanRoutes(), &playlistRoutes()}) {
+         {&serviceRoutes(), &transportRoutes(), &presetRoutes(), &queueRoutes(), &libraryRoutes(),
+          &accountRoutes(), &optionsRoutes(), &stashRoutes(), &scanRoutes(), &playlistRoutes()}) {
       rows.insert(rows.end(), area->begin(), area->end());
     }
     return rows;

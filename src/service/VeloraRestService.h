@@ -75,6 +75,8 @@ class VeloraRestService : public IVeloraRemoteCoordinator,
   VELORA_REGISTRY(IVeloraACServiceListener)
   VELORA_REGISTRY(IVeloraHPServiceListener)
   VELORA_REGISTRY(IVeloraSettingsServiceListener)
+  // setVeloraQueueExtension, for this service.
+  int setQueueExtension(IVeloraQueueExtensionListener* l) { return hub_.setQueueExtension(l); }
 
   // The service interfaces' setters, defined by area.
   VELORA_LIBRARY_SETTERS(VELORA_DECLARE_SETTER)

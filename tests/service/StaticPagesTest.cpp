@@ -6,6 +6,7 @@
 #include <mutex>
 #include <string>
 #include <thread>
+#include <tuple>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -51,22 +52,33 @@ class StaticPagesTest : public ::testing::Test {
   int port = 0;
 };
 
-TEST_F(StaticPagesTest, PagesAreServedWithTheirContentType) {
-  const HttpReply index = httpGet(port, "/");
+constexpr const char* kMinutes = "public, max-age=300";
+
+TEST_F(StaticPagesTest, PagesAreServedWithTheirContentTypeAndCaching) {
+  // Validators a browser sends with a cached copy get the whole file anyway.
+  const HttpReply index = httpRequest(port, "GET", "/", "", 5000,
+                                      "If-None-Match: *\r\nIf-Modified-Since: Fri, 1 Jan 2100 "
+                                      "00:00:00 GMT\r\n");
   EXPECT_EQ(200, index.status);
   EXPECT_EQ("<html>remote</html>", index.body);
   EXPECT_EQ("text/html", index.header("Content-Type"));
+  EXPECT_EQ("no-cache", index.header("Cache-Control")) << "an updated remote shows at once";
   EXPECT_EQ("", index.header("Access-Control-Allow-Origin")) << "a file is not a JSON reply";
   EXPECT_EQ("nested", httpGet(port, "/sub/nested%2Ehtml").body);
   const std::string png("\x89PNG\r\n\x1a\n\0\0", 10);
-  for (const auto& [file, type] : std::initializer_list<std::pair<const char*, const char*>>{
-           {"app.js", "application/javascript"},
-           {"style.css", "text/css"},
-           {"shout.JS", "text/html"},  // only lower-case extensions are known
-           {"img/cover.png", "image/png"}}) {
+  for (const auto& [file, type, caching] :
+       std::initializer_list<std::tuple<const char*, const char*, const char*>>{
+           {"app.js", "application/javascript", kMinutes},
+           {"sw.js", "application/javascript", "no-cache"},
+           {"app.3f9a2c1b.js", "application/javascript", "public, max-age=31536000, immutable"},
+           {"app.3f9a2c.js", "application/javascript", kMinutes},  // too short for a hash
+           {"style.css", "text/css", kMinutes},
+           {"shout.JS", "text/html", kMinutes},  // only lower-case extensions are known
+           {"img/cover.png", "image/png", kMinutes}}) {
     sut.pages.write(file, png);
     const HttpReply reply = httpGet(port, std::string("/") + file);
     EXPECT_EQ(type, reply.header("Content-Type")) << file;
+    EXPECT_EQ(caching, reply.header("Cache-Control")) << file;
     EXPECT_EQ(png, reply.body) << file;
   }
   EXPECT_EQ(0, gate.asked.load());
@@ -114,6 +126,7 @@ TEST_F(StaticPagesTest, HostDecidesOnFilesNamedByTheirOwnPath) {
   EXPECT_EQ(200, served.status);
   EXPECT_EQ("jpegbytes", served.body);
   EXPECT_EQ("image/jpeg", served.header("Content-Type"));
+  EXPECT_EQ(kMinutes, served.header("Cache-Control"));
   EXPECT_NE(200, httpGet(port, elsewhere.path()).status) << "allowing a folder streams nothing";
   EXPECT_EQ(200, httpGet(port, "/index.html").status);
 }

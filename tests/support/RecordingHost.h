@@ -10,6 +10,7 @@
 #include <functional>
 #include <map>
 #include <mutex>
+#include <sstream>
 #include <string>
 #include <tuple>
 #include <utility>
@@ -26,7 +27,8 @@ class RecordingHost : public IVeloraRemoteServiceListener,
                       public IVeloraHPServiceListener,
                       public IVeloraACServiceListener,
                       public IVeloraIRCServiceListener,
-                      public IVeloraSettingsServiceListener {
+                      public IVeloraSettingsServiceListener,
+                      public IVeloraQueueExtensionListener {
  public:
   // Status that `callback` reports from now on.
   void answer(const std::string& callback, int status) {
@@ -64,7 +66,8 @@ class RecordingHost : public IVeloraRemoteServiceListener,
     return called_.wait_for(lock, std::chrono::milliseconds(timeoutMs),
                             [&] { return countLocked(callback) >= n; });
   }
-  // Registers every listener with the service.
+  // Registers every listener with the service; the queue extension is the
+  // test's to register.
   void attach(IVeloraRemoteCoordinator& s) {
     s.registerForNotification(static_cast<IVeloraRemoteServiceListener*>(this));
     s.getLibraryService()->registerForNotification(this);
@@ -86,10 +89,25 @@ class RecordingHost : public IVeloraRemoteServiceListener,
   VELORA_LISTENER_INTERFACES(VELORA_TEST_RECORDED_AREA)
 #undef VELORA_TEST_RECORDED_AREA
 #undef VELORA_TEST_RECORDED
+  void onSeek(float& seconds, int& result) override {
+    record<true>("onSeek", std::tie(seconds, result));
+  }
+  void onAppendToQueue(const char*& itemId, int& result) override {
+    record<true>("onAppendToQueue", std::tie(itemId, result));
+  }
+  void onRemoveFromQueue(int& index, int& result) override {
+    record<true>("onRemoveFromQueue", std::tie(index, result));
+  }
+  void onClearQueue(int& result) override { record<true>("onClearQueue", std::tie(result)); }
 
  private:
   static std::string fmt(int v) { return std::to_string(v); }
   static std::string fmt(bool v) { return v ? "true" : "false"; }
+  static std::string fmt(float v) {
+    std::ostringstream s;
+    s << v;
+    return s.str();
+  }
   static std::string fmt(const char* v) { return v ? "'" + std::string(v) + "'" : "(null)"; }
   static std::string fmt(VeloraLibraryItemSource v) { return std::to_string(static_cast<int>(v)); }
   static std::string fmt(const PlaybackCommand& v) {

@@ -34,6 +34,8 @@ std::unique_ptr<IVeloraIRCServiceListener> ircListener(HostContext& host);
 std::unique_ptr<IVeloraACServiceListener> acListener(HostContext& host);
 std::unique_ptr<IVeloraHPServiceListener> hpListener(HostContext& host);
 std::unique_ptr<IVeloraSettingsServiceListener> settingsListener(HostContext& host);
+// Seeking and queue edits, the service's queue extension.
+std::unique_ptr<IVeloraQueueExtensionListener> queueListener(HostContext& host);
 
 constexpr int kOk = 0;
 constexpr int kFailed = 1;

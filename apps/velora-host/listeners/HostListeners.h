@@ -19,7 +19,8 @@ struct HostListeners {
         irc(ircListener(host)),
         ac(acListener(host)),
         hp(hpListener(host)),
-        settings(settingsListener(host)) {
+        settings(settingsListener(host)),
+        queue(queueListener(host)) {
     for (auto part :
          {browseListener, localLibraryListener, accountListener, clientControlListener,
           stashListener, scanListener, optionsListener, playlistsListener, playerAppListener}) {
@@ -35,9 +36,13 @@ struct HostListeners {
     service.getACService()->registerForNotification(ac.get());
     service.getHPService()->registerForNotification(hp.get());
     service.getSettingsService()->registerForNotification(settings.get());
+    // The extension is registered with the process's service, the one the
+    // host passes here.
+    setVeloraQueueExtension(queue.get());
   }
 
   void unregisterFrom(IVeloraRemoteCoordinator& service) {
+    setVeloraQueueExtension(nullptr);
     service.getSettingsService()->unregisterFromNotification(settings.get());
     service.getHPService()->unregisterFromNotification(hp.get());
     service.getACService()->unregisterFromNotification(ac.get());
@@ -54,6 +59,7 @@ struct HostListeners {
   std::unique_ptr<IVeloraACServiceListener> ac;
   std::unique_ptr<IVeloraHPServiceListener> hp;
   std::unique_ptr<IVeloraSettingsServiceListener> settings;
+  std::unique_ptr<IVeloraQueueExtensionListener> queue;
 };
 
 }  // namespace refhost

@@ -407,6 +407,51 @@ void Player::addPlayNext(const std::string& trackId) {
   if (trackLocked(trackId) != nullptr) playNext_.push_back(trackId);
 }
 
+bool Player::seek(double seconds) {
+  Lock lock(mutex_);
+  const CatalogTrack* track = trackLocked(current_);
+  if (track == nullptr || !std::isfinite(seconds)) return false;
+  elapsed_ = std::min(std::max(0.0, seconds), static_cast<double>(track->duration));
+  startedAt_ = now();
+  return true;
+}
+
+bool Player::appendToQueue(const std::string& trackId) {
+  Lock lock(mutex_);
+  if (trackLocked(trackId) == nullptr) return false;
+  queue_.push_back(trackId);
+  return true;
+}
+
+bool Player::removeFromQueue(int index) {
+  Lock lock(mutex_);
+  if (index < 0 || index >= static_cast<int>(queue_.size())) return false;
+  // A play-next track may be playing while index_ marks its place.
+  const bool current = index == index_ && queue_[index] == current_;
+  queue_.erase(queue_.begin() + index);
+  if (index < index_ || (index == index_ && !current)) --index_;
+  if (!current) return true;
+  if (index_ < static_cast<int>(queue_.size())) {
+    loadLocked(queue_[index_]);
+  } else {
+    transport_ = Transport::Stopped;
+    current_.clear();
+    elapsed_ = 0;
+    index_ = -1;
+  }
+  return true;
+}
+
+void Player::clearQueue() {
+  Lock lock(mutex_);
+  queue_.clear();
+  playNext_.clear();
+  current_.clear();
+  index_ = -1;
+  transport_ = Transport::Stopped;
+  elapsed_ = 0;
+}
+
 std::string Player::addStreamTrack(const std::string& id, const std::string& title,
                                    const std::string& artist, const std::string& album, bool next) {
   Lock lock(mutex_);

@@ -152,6 +152,14 @@ class Player {
   // Moves a queued track to `position`; an empty id moves the current one.
   bool moveInQueue(const std::string& trackId, int position);
   void addPlayNext(const std::string& trackId);
+  // Moves within the current track, clamped to its length.
+  bool seek(double seconds);
+  bool appendToQueue(const std::string& trackId);
+  // Drops a queue entry. Dropping the current track plays the one after it
+  // in the same state, or stops when it was the last.
+  bool removeFromQueue(int index);
+  // Empties the queue and the play-next list, and stops.
+  void clearQueue();
   // A track that a streaming client hands over; returns its id.
   std::string addStreamTrack(const std::string& id, const std::string& title,
                              const std::string& artist, const std::string& album, bool next);

@@ -83,6 +83,9 @@ TEST(MusicFolderHost, TitlesDurationsAndCoversReachARemoteClient) {
   EXPECT_EQ(fields(found, "\"search\":{", "name"), "Opening Tide");
   EXPECT_EQ(found.find("\"name\":", found.find("Opening Tide")), std::string::npos) << found;
 
+  // The host registers its queue extension through the library's exported entry point.
+  EXPECT_EQ(velora_test::httpGet(port, "/queue").body, "\"SUCCESS\"");
+
   // Ctrl-C ends it cleanly.
   ::kill(pid, SIGINT);
   int status = -1;

@@ -93,6 +93,25 @@ TEST_F(PlayerTest, ShuffleStaysInTheQueueAndNeverRepeatsATrackAtOnce) {
   EXPECT_EQ(seen, (std::set<std::string>{"a1", "a2", "a3", "b1", "b2"})) << "the queue, all of it";
 }
 
+// The web remote's queue edits: the current track keeps playing through
+// edits around it, and leaving the queue moves on to what follows or stops.
+TEST_F(PlayerTest, SeekAppendRemoveAndClearKeepTheCurrentTrackInStep) {
+  ASSERT_TRUE(player.playList("alA", 1));  // a1 [a2] a3
+  EXPECT_TRUE(player.seek(12.5) && player.transport().elapsed == 12.5);
+  EXPECT_TRUE(player.seek(99) && player.transport().elapsed == 20) << "clamped to the track";
+  EXPECT_TRUE(player.appendToQueue("b1") && !player.appendToQueue("nope"));
+  EXPECT_TRUE(player.removeFromQueue(0) && current() == "a2" && player.queueIndex() == 0);
+  EXPECT_TRUE(player.removeFromQueue(0) && current() == "a3" && player.transport().elapsed == 0);
+  EXPECT_FALSE(player.removeFromQueue(2) || player.removeFromQueue(-1));
+  EXPECT_TRUE(player.removeFromQueue(1) && current() == "a3") << "b1 is not playing";
+  EXPECT_TRUE(player.removeFromQueue(0) && current().empty() && player.queueIndex() == -1);
+  EXPECT_EQ(player.transport().transport, Transport::Stopped) << "the queue ran out";
+  ASSERT_TRUE(player.playList("alB", 0) && player.appendToQueue("a1"));
+  player.clearQueue();
+  EXPECT_TRUE(player.queue().empty() && current().empty() && !player.seek(1));
+  EXPECT_EQ(player.transport().transport, Transport::Stopped);
+}
+
 TEST_F(PlayerTest, CreatedPlaylistsAreEditedThroughTheCatalog) {
   const int revision = player.libraryRevision();
   const std::string id = player.createPlaylist("Road trip");
