@@ -7,10 +7,11 @@
 // Exits 0 when every step passed; otherwise prints the failed step, the tail
 // of the host's console and a screenshot path, and exits 1.
 import { spawn } from "node:child_process";
-import { mkdtempSync, mkdirSync, rmSync, writeFileSync } from "node:fs";
+import { existsSync, mkdtempSync, mkdirSync, rmSync, writeFileSync } from "node:fs";
 import net from "node:net";
 import os from "node:os";
 import path from "node:path";
+import { fileURLToPath, pathToFileURL } from "node:url";
 import { chromium } from "playwright-core";
 
 const args = parseArgs(process.argv.slice(2));
@@ -204,7 +205,10 @@ async function shot(name, viewport) {
 // A remote of its own: a browser context keeps its own storage, so each
 // pairs as a separate client.
 async function remote(viewport) {
-  const opened = await (await browser.newContext({ viewport })).newPage();
+  const opened = await (await browser.newContext({ viewport, colorScheme: "dark" })).newPage();
+  // Whether the pairing screen ever showed since the page (re)loaded.
+  await opened.addInitScript(() => new MutationObserver(() => (window.pairingShown ||= document.getElementById("pairing")?.hidden === false))
+    .observe(document, { subtree: true, childList: true, attributes: true, attributeFilter: ["hidden"] }));
   opened.on("pageerror", (err) => pageErrors.push(err.message));
   // Failed requests are reported with their address by the response hook;
   // the console's own line about them names no address.
@@ -244,6 +248,21 @@ async function main() {
   // The host knows this remote: asking again with its code returns the same token, approved.
   const again = await host.get(`authenticate?name=x&code=${session.code}&version=1`);
   check(again.data && again.data.token === session.token && again.data.authstatus === true, `host does not list the page as approved: ${describe(again.data)}`);
+  check(!(await page.evaluate(() => window.pairingShown)), "the pairing screen showed though the host approves at once");
+
+  begin("installable: the manifest and its icons, a service worker on 127.0.0.1");
+  const { url: manifestUrl, errors, data } = await (await page.context().newCDPSession(page)).send("Page.getAppManifest");
+  const manifest = JSON.parse(data || "{}");
+  check(errors.length === 0 && manifest.name === "Velora Remote" && manifest.display === "standalone" && manifest.icons?.some((i) => i.purpose === "maskable"),
+    `manifest at ${manifestUrl}: ${describe({ errors, manifest })}`);
+  const appleIcon = await page.evaluate(() => document.querySelector('link[rel="apple-touch-icon"]').href);
+  for (const [src, sizes] of [...manifest.icons.map((i) => [new URL(i.src, manifestUrl).href, i.sizes]), [appleIcon, "180x180"]]) {
+    const response = await fetch(src);
+    const png = Buffer.from(await response.arrayBuffer());
+    const type = response.headers.get("content-type");
+    check(type === "image/png" && `${png.readUInt32BE(16)}x${png.readUInt32BE(20)}` === sizes, `icon ${src}: ${type}, not a ${sizes} PNG`);
+  }
+  check(await page.evaluate(async () => (await navigator.serviceWorker.ready).active.scriptURL.endsWith("/sw.js")), "no service worker");
 
   begin("library: album grid with covers");
   await page.locator('.nav-link[data-path="library"]').click();
@@ -423,15 +442,21 @@ async function main() {
     for (const viewport of name === "library" || name === "album" ? [DESKTOP, PHONE] : [PHONE]) {
       await page.setViewportSize(viewport);
       await show(hash, () => ready.waitFor());
+      check(await page.evaluate(() => document.activeElement.matches("#view h1, #view")), `focus did not follow to the ${name} screen`);
       await shot(name, viewport);
     }
   }
+  await page.emulateMedia({ colorScheme: "light" });
+  check(await page.evaluate(() => getComputedStyle(document.body).backgroundColor) === "rgb(246, 244, 240)", "no light colours for a light preference");
+  await shot("settings-light", PHONE);
+  await page.emulateMedia({ colorScheme: "dark" });
 
   begin("a second remote shows every change made on the first within 1 s");
   await show("#/now", () => page.locator("#np-title").waitFor());
   peer = await remote(PHONE);
   await peer.goto(`http://127.0.0.1:${host.port}/#/now`);
   await peer.locator("#nav").waitFor({ state: "visible", timeout: 20000 });
+  check(!(await peer.evaluate(() => window.pairingShown)), "the pairing screen showed on the other remote");
   await until("the other remote to show what plays", async () => {
     const [mine, theirs] = await Promise.all([page, peer].map((p) => p.locator("#np-title").textContent()));
     return mine === theirs && (await peer.locator("#np-volume-value").textContent()) === "37";
@@ -445,10 +470,12 @@ async function main() {
   const next = [click("#np-next"), shows("#np-title")];
   const mode = [click("#np-mode"), shows("#np-mode", "aria-label")];
   const play = [click("#np-play"), shows("#np-play", "aria-label")];
+  // Space plays and pauses unless a control has focus.
+  const space = [() => page.evaluate(() => document.activeElement.blur()).then(() => page.keyboard.press("Space")), shows("#np-play", "aria-label")];
   const preset = [click('#stage-equalizer .preset[aria-pressed="false"]'), shows('#stage-equalizer .preset[aria-pressed="true"]')];
   const headphones = [click("#stage-ooyh .switch"), shows("#stage-ooyh input", "checked")];
   const groups = [
-    ["#/now", [volume[0], mute, next, mode, volume[1], mute, mode, play, play, mode, next, mode, volume[2]]],
+    ["#/now", [volume[0], mute, next, mode, volume[1], mute, mode, play, play, space, space, mode, next, mode, volume[2]]],
     ["#/sound", [preset, preset, preset, headphones, headphones]],
     ["#/settings", [
       [click("#settings-output .option:has(input:not(:checked))"), shows("#settings-output input:checked", "value")],
@@ -457,7 +484,7 @@ async function main() {
   ];
   // The moment of the user's input on the first remote.
   await page.evaluate(() => {
-    for (const type of ["click", "change"]) document.addEventListener(type, () => (window.actedAt ||= Date.now()), true);
+    for (const type of ["click", "change", "keydown"]) document.addEventListener(type, () => (window.actedAt ||= Date.now()), true);
   });
   const latencies = [];
   for (const [hash, changes] of groups) {
@@ -496,17 +523,42 @@ async function main() {
   await peer.evaluate(() => (location.hash = "#/now"));
   await page.setViewportSize(DESKTOP);
 
-  begin("the host goes away: the page says so, and comes back with it");
+  begin("the host goes away: the page says so, holds its controls, and comes back with it");
   await show("#/now", () => page.locator("#np-title").waitFor());
+  // Each remote's worker keeps the page's own files, and nothing the host answers.
+  for (const p of [page, peer]) {
+    const kept = await until("the service worker to keep the page's files", () => p.evaluate(async () => {
+      const paths = (await Promise.all((await caches.keys()).map(async (c) => (await caches.open(c)).keys()))).flat().map((r) => new URL(r.url).pathname);
+      return ["/", "/app.js", "/js/api.js", "/style.css"].every((f) => paths.includes(f)) && paths;
+    }));
+    check(kept.every((f) => /(\/|\.(js|css|png|webmanifest))$/.test(f)), `the service worker kept a reply of the host: ${describe(kept)}`);
+  }
   outage = true;
   const stopped = await host.stop();
   check(stopped.code === 0, `host did not exit cleanly on SIGINT: ${describe(stopped)}`);
   await page.locator("#connection").waitFor({ state: "visible", timeout: 10000 });
   check(/reconnecting/i.test(await page.locator("#connection").textContent()), "the banner does not say it is reconnecting");
-  await shot("reconnecting", DESKTOP);
+  const away = await page.evaluate(() => ["#np-play", "#np-next", "#np-volume", "#mini-play"].filter((s) => !document.querySelector(s).disabled));
+  check(away.length === 0, `controls still enabled while the host is away: ${away}`);
+  // At least a second before the next try, Retry now tries at once.
+  await until("a countdown to the next try", async () => /next try in 2 s/.test(await page.locator("#connection").textContent()), { interval: 50 });
+  const attempts = () => page.evaluate(async () => (await import("/js/store.js")).get("connection").attempts);
+  const tried = await attempts();
+  await page.locator("#connection-retry").click();
+  await until("Retry now to try at once", async () => (await attempts()) > tried, { timeout: 500, interval: 20 });
+  await shot("reconnecting", PHONE);
+  await page.setViewportSize(DESKTOP);
+  // A fresh load while the host is down: the kept page, looking for it.
+  await peer.reload();
+  check(/Looking for the player/.test(await peer.locator("#looking").textContent()) && await peer.locator("#looking").isVisible(), "a load while the host is down does not look for it");
   const restarted = Date.now();
   await host.start();
+  const listening = Date.now();
   await page.locator("#connection").waitFor({ state: "hidden", timeout: 30000 });
+  await peer.locator("#nav").waitFor({ state: "visible", timeout: 30000 });
+  log(`both remotes reach the host again ${seconds(Date.now() - listening)} after it listens`);
+  check(!(await peer.evaluate(() => window.pairingShown)), "the reloaded remote showed the pairing screen on the host's return");
+  check(await page.locator("#np-play").isEnabled(), "the controls stay disabled after the host came back");
   // The restarted host plays nothing, at its own volume: both remotes show
   // that without being reloaded.
   const level = String((await host.get("playback/getvolume")).data.volumelevel);
@@ -545,6 +597,12 @@ async function main() {
   prompting.proc.stdin.write("y\n");
   await second.locator("#nav").waitFor({ state: "visible", timeout: 10000 });
   await second.close();
+
+  // Checks of other parts of the remote, each in a file of its own.
+  for (const file of ["features.mjs", "player-app.mjs"].map((f) => path.join(path.dirname(fileURLToPath(import.meta.url)), f))) {
+    if (!existsSync(file)) continue;
+    await (await import(pathToFileURL(file))).run({ page, host, check, until, begin, log, shot, show, remote, PHONE, DESKTOP });
+  }
 
   check(pageErrors.length === 0, `the page reported errors:\n  ${pageErrors.join("\n  ")}`);
 }

@@ -41,7 +41,9 @@ if ! cmp -s "$src/package-lock.json" "$work/package-lock.json" || [[ ! -d $work/
   (cd "$work" && PLAYWRIGHT_SKIP_BROWSER_DOWNLOAD=1 npm ci --no-audit --no-fund --loglevel=error) ||
     fail "npm ci failed (is the npm registry reachable?)"
 fi
-cp "$src/e2e.mjs" "$work/e2e.mjs"
+# The test and the checks it loads from files beside it.
+rm -f "$work"/*.mjs
+cp "$src"/*.mjs "$work/"
 
 rm -rf "$work/artifacts"
 exec node "$work/e2e.mjs" --host "$host" --chromium "$browser" --out "$work/artifacts"

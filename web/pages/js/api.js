@@ -74,19 +74,26 @@ function parseBody(text) {
 }
 
 // One GET. Resolves with { status, data } for any HTTP answer; rejects when
-// the player cannot be reached. The token goes along unless withToken is
-// false (library views answer in the reply only to requests without one).
-export async function request(path, params = {}, { withToken = true, timeout = 10000 } = {}) {
+// the player cannot be reached, after `timeout` ms, or when `signal` aborts.
+// The token goes along unless withToken is false (library views answer in
+// the reply only to requests without one).
+export async function request(path, params = {}, { withToken = true, timeout = 10000, signal = null } = {}) {
   const all = { ...params };
   if (withToken && session && session.token) all.token = session.token;
   const query = queryText(all);
   const url = `/${path}${query ? `?${query}` : ""}`;
-  const response = await fetch(url, {
-    cache: "no-store",
-    signal: AbortSignal.timeout(timeout),
-  });
-  const data = parseBody(await response.text());
-  return { status: response.status, data };
+  const stop = new AbortController();
+  const timer = setTimeout(() => stop.abort(), timeout);
+  const cancel = () => stop.abort();
+  if (signal) signal.addEventListener("abort", cancel, { once: true });
+  try {
+    const response = await fetch(url, { cache: "no-store", signal: stop.signal });
+    const data = parseBody(await response.text());
+    return { status: response.status, data };
+  } finally {
+    clearTimeout(timer);
+    if (signal) signal.removeEventListener("abort", cancel);
+  }
 }
 
 // Fire and forget, for commands whose effect comes back through the feed.
@@ -101,30 +108,39 @@ export function send(path, params = {}) {
 
 // Asks the player to accept this page until it does. The player may ask its
 // user first, so this can take a while; onWaiting is told each time it has not
-// answered yet. Resolves with the approval (token, name, product).
+// approved yet (reachable: whether it answered at all). Resolves with the
+// approval (token, name, product).
 export async function pair({ onWaiting } = {}) {
+  let misses = 0;
+  let refusals = 0;
   for (;;) {
     // Read each time: the user may pick a new code while this waits.
     const me = currentSession();
+    trying();
     let reply = null;
     try {
       reply = await request(
         "authenticate",
         { name: me.name, code: me.code, version: PROTOCOL_VERSION },
-        { withToken: false, timeout: 5000 },
+        { withToken: false, timeout: PROBE_TIMEOUT },
       );
     } catch {
       reply = null;
     }
     const answer = reply && reply.status === 200 ? reply.data : null;
+    if (reply) reached();
     if (answer && answer.authstatus === true && answer.disconnected !== true && me === session) {
       session.token = answer.token;
       saveSession();
       store.set("host", { name: answer.name || "", product: answer.product || "" });
       return answer;
     }
+    // A player that approves by itself does so just after its first answer
+    // to a new code, so the first few asks follow quickly.
+    const delay = reply ? (refusals++ < 4 ? 150 : 500) : RETRY_STEPS[Math.min(misses++, RETRY_STEPS.length - 1)];
+    if (!reply) missed(delay);
     if (onWaiting) onWaiting({ reachable: answer !== null, code: me.code, name: me.name });
-    await sleep(answer ? 500 : 1500);
+    await pause(delay);
   }
 }
 
@@ -343,6 +359,87 @@ export function ensureAlbumCovers() {
   });
 }
 
+// ---------------------------------------------------------------- reaching the player
+
+// Pauses between attempts to reach the player grow to 2 s and no further: a
+// phone picked up after the player came back finds it at once.
+const RETRY_STEPS = [500, 1000, 2000];
+// An attempt while the player is away asks for an answer at once; one that
+// takes longer than this went nowhere (a host that vanished from the network
+// leaves connections hanging instead of refusing them).
+const PROBE_TIMEOUT = 5000;
+// A one-second tick that comes this late means the device slept.
+const SLEPT_MS = 4000;
+
+// "connection" in the store: { state, retryAt, attempts }. state is
+// "connecting" until the player first answers, then "online", or
+// "reconnecting" once it stopped answering; retryAt is when the next attempt
+// starts (0 while one runs), attempts counts them.
+let everReached = false;
+let attempts = 0;
+store.set("connection", { state: "connecting", retryAt: 0, attempts });
+
+function trying() {
+  const now = store.get("connection");
+  if (now.state === "online") return;
+  store.set("connection", { ...now, retryAt: 0, attempts: ++attempts });
+}
+
+function missed(delay) {
+  store.set("connection", { state: everReached ? "reconnecting" : "connecting", retryAt: Date.now() + delay, attempts });
+}
+
+function reached() {
+  everReached = true;
+  if (store.get("connection").state !== "online") store.set("connection", { state: "online", retryAt: 0, attempts });
+}
+
+// Pauses between attempts, which retryNow() cuts short.
+const wakers = new Set();
+function pause(ms) {
+  return new Promise((resolve) => {
+    const done = () => {
+      clearTimeout(timer);
+      wakers.delete(done);
+      resolve();
+    };
+    const timer = setTimeout(done, ms);
+    wakers.add(done);
+  });
+}
+
+// Aborts the feed request in flight, which the feed then sends again.
+let replaceFeedRequest = null;
+
+// Tries the player again now. After the device slept or went offline, a
+// request in flight may hang on a connection that died with the network, so
+// it is replaced too; so is one the user tired of waiting for.
+export function retryNow({ replace = false } = {}) {
+  for (const done of [...wakers]) done();
+  if (replace && replaceFeedRequest) replaceFeedRequest();
+}
+
+let watching = false;
+function watchForWaking() {
+  if (watching) return;
+  watching = true;
+  let hiddenAt = 0;
+  document.addEventListener("visibilitychange", () => {
+    if (document.visibilityState === "hidden") hiddenAt = Date.now();
+    else retryNow({ replace: Date.now() - hiddenAt > SLEPT_MS });
+  });
+  window.addEventListener("online", () => retryNow({ replace: true }));
+  window.addEventListener("pageshow", (e) => e.persisted && retryNow({ replace: true }));
+  // Timers stand still while a phone sleeps, and a hidden tab's run late on
+  // purpose; a late tick in a visible page means it just woke up.
+  let last = Date.now();
+  setInterval(() => {
+    const now = Date.now();
+    if (now - last > SLEPT_MS && document.visibilityState === "visible") retryNow({ replace: true });
+    last = now;
+  }, 1000);
+}
+
 // ---------------------------------------------------------------- the feed
 
 // The player answers at once when there is news, else after this many
@@ -356,64 +453,103 @@ let feedLive = false;
 
 // Follows the player's "changes" feed for as long as the page lives. The
 // feed's position (epoch and seq) belongs to one pairing: a new token starts
-// over from the whole state. When the player cannot be reached the feed backs
-// off (0.5 s doubling to 8 s) and asks again from the same position, and the
-// connection state says "reconnecting"; onReturn runs once the player answers
-// again. onUnpaired runs when this page holds no approved token (the player
-// forgot it or let it go) and resolves once it is paired again.
+// over from the whole state. When the player cannot be reached, the
+// connection state says "reconnecting" and the feed tries again within 2 s
+// (or at once, see retryNow), from the whole state: what the page shows may
+// be long out of date. onReturn runs once that state has landed, for the
+// screens to ask again for what they show. onUnpaired runs when this page
+// holds no approved token (the player forgot it or let it go) and resolves
+// once it is paired again.
 export function startChangeFeed({ onReturn, onUnpaired } = {}) {
   if (polling) return;
   polling = true;
+  watchForWaking();
   (async () => {
     let at = { token: null, epoch: null, seq: 0 };
-    let delay = 500;
-    let lost = false;
+    let misses = 0;
     while (polling) {
-      const token = session && session.token;
-      if (!token) {
-        if (onUnpaired) await onUnpaired();
-        else await sleep(500);
-        continue;
-      }
-      if (token !== at.token) at = { token, epoch: null, seq: 0 };
-      feedLive = at.seq > 0;
-      let reply;
-      const sent = Date.now();
       try {
-        reply = await request("changes", { since: at.seq, epoch: at.epoch, wait: WAIT_SECONDS }, { timeout: FEED_TIMEOUT });
-        if (reply.status !== 200 && reply.status !== 401) throw new Error(`changes ${reply.status}`);
+        const next = await followOnce(at, misses > 0, { onReturn, onUnpaired });
+        if (next) {
+          at = next;
+          misses = 0;
+        }
       } catch (err) {
-        if (!polling) break;
-        // A reply it cannot use: start over from the whole state.
-        if (reply) at = { token, epoch: null, seq: 0 };
-        lost = true;
-        store.patch("connection", { state: "reconnecting", retryIn: delay });
-        await sleep(delay);
-        delay = Math.min(delay * 2, 8000);
-        continue;
+        if (!(err instanceof Missed)) console.error("the change feed failed", err);
+        // Start over from the whole state once the player answers.
+        at = { token: null, epoch: null, seq: 0 };
+        const delay = RETRY_STEPS[Math.min(misses++, RETRY_STEPS.length - 1)];
+        missed(delay);
+        await pause(delay);
       }
-      if (lost) {
-        lost = false;
-        store.patch("connection", { state: "online", retryIn: 0 });
-        if (onReturn) await onReturn();
-      }
-      delay = 500;
-      // Unless the page paired again meanwhile (as after the player
-      // restarted), the player let it go without it hearing why.
-      if (reply.status === 401) {
-        if (session && session.token === token) dropPairing(false);
-        continue;
-      }
-      const body = isObject(reply.data) ? reply.data : {};
-      applyChanges(body);
-      at = { token, epoch: body.epoch ?? null, seq: body.seq ?? 0 };
-      feedLive = at.seq > 0;
-      // Nothing new normally takes the whole wait. An empty reply that comes
-      // back at once means the player is shutting down; a short pause keeps
-      // the page from hammering it until it is gone.
-      if (!hasNews(body) && Date.now() - sent < 100) await sleep(250);
     }
   })();
+}
+
+class Missed extends Error {}
+
+// One request of the feed and what follows from its reply. Returns the
+// position to ask from next, or null when the request was replaced before
+// its answer; throws Missed when the player did not answer.
+async function followOnce(at, lost, { onReturn, onUnpaired }) {
+  const token = session && session.token;
+  if (!token) {
+    if (onUnpaired) await onUnpaired();
+    else await pause(500);
+    return at;
+  }
+  if (token !== at.token) at = { token, epoch: null, seq: 0 };
+  feedLive = at.seq > 0;
+  const sent = Date.now();
+  const abort = new AbortController();
+  let replaced = false;
+  replaceFeedRequest = () => {
+    replaced = true;
+    abort.abort();
+  };
+  if (lost) trying();
+  let reply;
+  try {
+    reply = await request(
+      "changes",
+      { since: at.seq, epoch: at.epoch, wait: lost ? 0 : WAIT_SECONDS },
+      { timeout: lost ? PROBE_TIMEOUT : FEED_TIMEOUT, signal: abort.signal },
+    );
+  } catch (err) {
+    if (replaced) return null;
+    throw new Missed(String(err));
+  } finally {
+    replaceFeedRequest = null;
+  }
+  if (reply.status !== 200 && reply.status !== 401) throw new Missed(`changes ${reply.status}`);
+  reached();
+  if (reply.status === 401) {
+    if (session && session.token === token) {
+      // After an outage the player may have restarted and forgotten the
+      // token, though not the code: pair again with it. Otherwise it let
+      // this page go without it hearing why.
+      if (lost) {
+        session.token = null;
+        saveSession();
+      } else {
+        dropPairing(false);
+      }
+    }
+    return at;
+  }
+  const body = isObject(reply.data) ? reply.data : {};
+  applyChanges(body);
+  const next = { token, epoch: body.epoch ?? null, seq: body.seq ?? 0 };
+  feedLive = next.seq > 0;
+  if (lost) {
+    albumsAsked = false;
+    if (onReturn) await onReturn();
+  }
+  // Nothing new normally takes the whole wait. An empty reply that comes
+  // back at once means the player is shutting down; a short pause keeps
+  // the page from hammering it until it is gone.
+  if (!lost && !hasNews(body) && Date.now() - sent < 100) await pause(250);
+  return next;
 }
 
 function hasNews(reply) {

@@ -65,6 +65,95 @@ export function moveTrack(trackId, position) {
   return send("playback/move", { trackid: trackId, position });
 }
 
+// ---------------------------------------------------------------- the queue
+
+// Whether the player edits its queue for remotes (seek, append, remove,
+// clear): true, false, or undefined until asked. A player whose library
+// predates these routes answers some other error, which means no as well.
+export function canEditQueue() {
+  return store.get("queueSupport") === true;
+}
+
+export async function probeQueue() {
+  try {
+    const { status } = await request("queue");
+    store.set("queueSupport", status === 200);
+  } catch {
+    // Unreachable: the feed says so, and the next pairing asks again.
+  }
+}
+
+// Where the player stands in the queue: the index of the current entry.
+export function queuePosition() {
+  const queue = store.get("queue");
+  const id = store.get("playback", {}).trackid;
+  return Array.isArray(queue) && id ? queue.findIndex((t) => t && t.id === id) : -1;
+}
+
+// The index of a queue entry the person picked at `hint`, in the queue as it
+// is now: another remote may have changed it since the row was drawn. -1
+// when that track has left the queue.
+export function queueIndexOf(trackId, hint) {
+  const queue = store.get("queue") || [];
+  if (queue[hint] && queue[hint].id === trackId) return hint;
+  let best = -1;
+  queue.forEach((t, i) => {
+    if (t && t.id === trackId && (best < 0 || Math.abs(i - hint) < Math.abs(best - hint))) best = i;
+  });
+  return best;
+}
+
+export function seek(seconds) {
+  const position = Math.max(0, Number(seconds) || 0);
+  // The bar stays where it was let go until the player's own position comes.
+  store.patch("playback", { elapsed: position });
+  return send("queue/seek", { position: position.toFixed(1) });
+}
+
+export const appendToQueue = (trackId) => send("queue/append", { itemid: trackId });
+export const removeFromQueue = (index) => send("queue/remove", { index });
+export const clearQueue = () => send("queue/clear");
+
+// The player has no "play next" for its own tracks, so the track joins the
+// queue and moves to just after the current entry; one already queued only
+// moves. The player moves the first entry with that id, so the current
+// track itself is only appended.
+export async function playNext(trackId) {
+  const queue = store.get("queue") || [];
+  const current = queuePosition();
+  let from = queue.findIndex((t) => t && t.id === trackId);
+  if (from < 0 || from === current) {
+    const { status } = await appendToQueue(trackId);
+    if (status !== 200 || from === current) return { status };
+    from = queue.length;
+  }
+  const position = from < current ? current : current + 1;
+  if (current < 0 || from === position) return { status: 200 };
+  return moveTrack(trackId, position);
+}
+
+// ---------------------------------------------------------------- playlists
+
+export const addToPlaylist = (playlistId, itemId) => send("addItemToPlaylist", { playlistUuid: playlistId, itemUuid: itemId });
+export const removeFromPlaylist = (playlistId, trackId) => send("removeItemFromPlaylist", { playlistUuid: playlistId, itemUuid: trackId });
+
+// Resolves with the new playlist (id and name), or null when the player
+// refused. The list of playlists learns it at once, so that its screen can
+// open before the player's own list comes through the feed.
+export async function createPlaylist(name) {
+  const { status, data } = await send("createPlaylist", { name });
+  const made = status === 200 && Array.isArray(data) ? data[0] : null;
+  if (!made || !made.id) return null;
+  const list = store.get("playlists");
+  if (Array.isArray(list) && !list.some((p) => p.id === made.id)) store.set("playlists", [...list, made]);
+  return made;
+}
+
+// "info" goes along empty (which keeps it) because the player reads the name
+// only as the third key.
+export const renamePlaylist = (id, name) => send("library/setPlaylistInfo", { id, info: "", name });
+export const deletePlaylist = (id) => send("deletePlaylist", { uuid: id });
+
 // The four sound stages: route word, set-preset route, and label.
 export const STAGES = [
   { key: "equalizer", setRoute: "setEQ", name: "Equalizer" },
@@ -77,7 +166,10 @@ export function setStageEnabled(stage, enabled) {
   return send(stage.key, { enable: enabled ? "true" : "false" });
 }
 
-export function selectPreset(stage, preset, enabled = true) {
+// The player sets the stage on or off with the preset: a stage that is off
+// stays off, with the preset ready for when it is switched on.
+export function selectPreset(stage, preset) {
+  const enabled = (store.get(stage.key) || {}).enabled === true;
   return send(stage.setRoute, { enable: enabled ? "1" : "0", preset: preset.id });
 }
 
@@ -96,7 +188,7 @@ export function setSettingsValues({ mqa, upsample, dsp }) {
 // Asks the player to push everything the remote shows; it comes back
 // through the feed.
 export async function refreshAll() {
-  const asks = [send("playback/getplayerstate"), refreshQueue()];
+  const asks = [send("playback/getplayerstate"), refreshQueue(), probeQueue()];
   for (const stage of STAGES) {
     asks.push(send(`${stage.key}/state`), send(`${stage.key}/list`), send(`${stage.key}/getpreset`));
   }

@@ -1,5 +1,5 @@
-// The lifetime of one screen: store subscriptions and timers made through a
-// scope end together when the user leaves the screen.
+// The lifetime of one screen: store subscriptions, timers and anything else
+// made through a scope end together when the user leaves the screen.
 import * as store from "./store.js";
 
 export function createScope() {
@@ -11,6 +11,11 @@ export function createScope() {
     every(ms, fn) {
       const id = setInterval(fn, ms);
       stops.push(() => clearInterval(id));
+    },
+    // Runs fn when the screen goes away (an observer to disconnect, a
+    // position to remember).
+    add(fn) {
+      stops.push(fn);
     },
     dispose() {
       while (stops.length) stops.pop()();

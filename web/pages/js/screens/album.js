@@ -12,7 +12,7 @@ export function render(view, params, scope) {
   detailScreen(view, scope, ["#/library/albums", "Albums"], "album", {
     matches: (album) => album.id === params.id,
     ask: () => api.library("album", { id: params.id }),
-    missing: "The player does not know this album.",
+    missing: "This album is no longer in the library.",
     draw: (album) => {
       const tracks = album.tracks || [];
       const count = Number(album.trackcount) || tracks.length;
@@ -35,7 +35,7 @@ export function render(view, params, scope) {
             h(
               "div",
               { class: "actions" },
-              h("button", { class: "primary", type: "button", id: "album-play", onclick: () => playItem(album.id, 0) }, icon("play"), "Play"),
+              h("button", { class: "primary", type: "button", id: "album-play", "data-needs-player": "", onclick: () => playItem(album.id, 0) }, icon("play"), "Play"),
             ),
           ),
         ),

@@ -18,7 +18,8 @@ export function render(view, params, scope) {
 
   detailScreen(view, scope, ["#/library/artists", "Artists"], "artistAlbums", {
     matches: (v) => v.id === params.id,
-    missing: "The player does not know this artist.",
+    missing: "This artist is no longer in the library.",
+    gone: ["artists", (list) => list.some((a) => a.id === params.id)],
     ask: async () => {
       if (!Array.isArray(store.get("albums"))) api.library("albums", { index: 0, count: -1 }).catch(() => {});
       const reply = await api.request("library/artist", { id: params.id }, { withToken: false });

@@ -1,10 +1,10 @@
-// Now playing: the cover, what plays, where it is, and every transport
-// control. The elements stay put and are updated in place, so a slider being
-// dragged is not redrawn under the finger.
+// Now playing: the cover, what plays, where it is (a bar that seeks), and
+// every transport control. The elements stay put and are updated in place,
+// so a slider being dragged is not redrawn under the finger.
 import { h, fill } from "../dom.js";
 import { icon } from "../icons.js";
 import { clock, quality } from "../format.js";
-import { cover, coverKey } from "../widgets.js";
+import { cover, coverKey, seekable } from "../widgets.js";
 import * as store from "../store.js";
 import * as cmd from "../commands.js";
 
@@ -17,16 +17,20 @@ export function render(view, params, scope) {
   const album = h("a", { class: "np-album", id: "np-album" });
   const detail = h("p", { class: "np-quality", id: "np-quality" });
   const fillBar = h("div", { class: "progress-fill" });
-  const progress = h(
-    "div",
-    { class: "progress", id: "np-progress", role: "progressbar", "aria-label": "Position", "aria-valuemin": "0" },
-    fillBar,
-  );
+  const progress = h("div", { class: "progress", id: "np-progress" }, fillBar);
+  const bar = h("div", { class: "seek", id: "np-seek", "aria-label": "Position" }, progress);
   const elapsed = h("span", { id: "np-elapsed" }, "0:00");
+  // While a place is picked, the time under the bar is that place's.
+  let picking = false;
+  const preview = (seconds) => {
+    picking = seconds !== null;
+    if (picking) elapsed.textContent = clock(seconds);
+    else drawPlayback();
+  };
   const duration = h("span", { id: "np-duration" }, "0:00");
-  const playButton = h("button", { class: "round big", type: "button", id: "np-play", onclick: cmd.togglePlay });
-  const modeButton = h("button", { class: "round", type: "button", id: "np-mode", onclick: cmd.cycleMode });
-  const muteButton = h("button", { class: "round", type: "button", id: "np-mute", onclick: cmd.toggleMute });
+  const playButton = h("button", { class: "round big", type: "button", id: "np-play", "data-needs-player": "", onclick: cmd.togglePlay });
+  const modeButton = h("button", { class: "round", type: "button", id: "np-mode", "data-needs-player": "", onclick: cmd.cycleMode });
+  const muteButton = h("button", { class: "round", type: "button", id: "np-mute", "data-needs-player": "", onclick: cmd.toggleMute });
   const volumeValue = h("output", { id: "np-volume-value", for: "np-volume" }, "0");
   const slider = h("input", {
     type: "range",
@@ -35,6 +39,7 @@ export function render(view, params, scope) {
     max: "100",
     step: "1",
     "aria-label": "Volume",
+    "data-needs-player": "",
     oninput: (e) => (volumeValue.textContent = e.target.value),
     onchange: (e) => cmd.setVolume(Number(e.target.value)),
   });
@@ -52,22 +57,22 @@ export function render(view, params, scope) {
         name,
         h("p", { class: "np-sub" }, artist, h("span", { class: "dot", "aria-hidden": "true" }, " · "), album),
         detail,
-        h("div", { class: "np-progress" }, progress, h("div", { class: "np-times" }, elapsed, duration)),
+        h("div", { class: "np-progress" }, bar, h("div", { class: "np-times" }, elapsed, duration)),
         h(
           "div",
           { class: "transport" },
           modeButton,
-          h("button", { class: "round", type: "button", id: "np-previous", "aria-label": "Previous", onclick: cmd.previous }, icon("previous")),
+          h("button", { class: "round", type: "button", id: "np-previous", "data-needs-player": "", "aria-label": "Previous", onclick: cmd.previous }, icon("previous")),
           playButton,
-          h("button", { class: "round", type: "button", id: "np-next", "aria-label": "Next", onclick: cmd.next }, icon("next")),
+          h("button", { class: "round", type: "button", id: "np-next", "data-needs-player": "", "aria-label": "Next", onclick: cmd.next }, icon("next")),
           muteButton,
         ),
         h(
           "div",
           { class: "volume" },
-          h("button", { class: "round small", type: "button", "aria-label": "Volume down", onclick: step(-5) }, icon("minus")),
+          h("button", { class: "round small", type: "button", id: "np-volume-down", "data-needs-player": "", "aria-label": "Volume down", onclick: step(-5) }, icon("minus")),
           slider,
-          h("button", { class: "round small", type: "button", "aria-label": "Volume up", onclick: step(5) }, icon("plus")),
+          h("button", { class: "round small", type: "button", id: "np-volume-up", "data-needs-player": "", "aria-label": "Volume up", onclick: step(5) }, icon("plus")),
           volumeValue,
         ),
       ),
@@ -96,10 +101,8 @@ export function render(view, params, scope) {
     const total = Number(p.duration) || (cmd.currentTrack() || {}).duration || 0;
     const at = Math.min(Number(p.elapsed) || 0, total || Infinity);
     fillBar.style.width = total > 0 ? `${(100 * at) / total}%` : "0%";
-    progress.setAttribute("aria-valuemax", String(Math.round(total)));
-    progress.setAttribute("aria-valuenow", String(Math.round(at)));
     progress.dataset.elapsed = String(at);
-    elapsed.textContent = clock(at);
+    if (!picking) elapsed.textContent = clock(at);
     duration.textContent = clock(total);
     fill(playButton, icon(playing ? "pause" : "play"));
     playButton.setAttribute("aria-label", playing ? "Pause" : "Play");
@@ -120,6 +123,7 @@ export function render(view, params, scope) {
   };
 
   drawPlayback();
+  seekable(bar, { scope, preview });
   scope.on("playback", drawPlayback);
   scope.on("track", drawTrack);
   // Covers may arrive after the track, with an album list.

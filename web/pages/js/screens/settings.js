@@ -1,11 +1,21 @@
-// Player settings: the audio output device and the MQA, upsampling and DSP
-// switches; and this remote's pairing.
+// Player settings: links to the player application's own screens (account,
+// downloads, scan, history), the audio output device and the MQA, upsampling
+// and DSP switches; and this remote's pairing.
 import { h, fill } from "../dom.js";
 import { icon } from "../icons.js";
 import * as store from "../store.js";
 import { selectOutput, setSettingsValues } from "../commands.js";
 import { toggle } from "../widgets.js";
 import { currentSession } from "../api.js";
+import { account } from "../playerapp.js";
+
+// The player application's screens, each a row leading to it.
+const PLAYER_APP = [
+  { path: "account", name: "Account", about: "Log in to the streaming service, or out" },
+  { path: "downloads", name: "Downloads", about: "The account's stash and its downloads" },
+  { path: "scan", name: "Local scan", about: "Look for new music in the player's folders" },
+  { path: "history", name: "History", about: "What played lately" },
+];
 
 export const title = "Settings";
 
@@ -13,7 +23,23 @@ export function render(view, params, scope, app) {
   const output = h("section", { class: "panel", id: "settings-output" });
   const values = h("section", { class: "panel", id: "settings-values" });
   const remote = h("section", { class: "panel", id: "settings-remote" });
-  fill(view, h("h1", { class: "screen-title" }, "Settings"), h("div", { class: "panels" }, output, values, remote));
+  const links = PLAYER_APP.map((entry) => {
+    const about = h("span", { class: "app-link-sub" }, entry.about);
+    const row = h("a", { class: "app-link", href: `#/${entry.path}`, id: `settings-${entry.path}` }, h("span", { class: "app-link-text" }, h("span", { class: "app-link-title" }, entry.name), about), icon("back"));
+    return { row, about };
+  });
+  fill(
+    view,
+    h("h1", { class: "screen-title" }, "Settings"),
+    h("nav", { class: "app-links", "aria-label": "Player application" }, links.map((l) => l.row)),
+    h("div", { class: "panels" }, output, values, remote),
+  );
+  // Who is logged in, under the account's row.
+  account()
+    .then((reply) => {
+      if (reply.ok) links[0].about.textContent = reply.user ? `Logged in as ${reply.user}` : "Not logged in";
+    })
+    .catch(() => {});
 
   const draw = () => {
     const settings = store.get("settings") || {};

@@ -1,6 +1,6 @@
 // The four sound stages: each can be switched on or off and has presets; the
 // equalizer shows its bands, the IRC stage has a gain.
-import { h, fill } from "../dom.js";
+import { h, fill, patch } from "../dom.js";
 import * as store from "../store.js";
 import { STAGES, setStageEnabled, selectPreset, setIrcGain } from "../commands.js";
 import { toggle } from "../widgets.js";
@@ -10,7 +10,7 @@ export const title = "Sound";
 export function render(view, params, scope) {
   const cards = STAGES.map((stage) => {
     const card = h("section", { class: "panel stage", id: `stage-${stage.key}` });
-    const draw = () => fill(card, stageContent(stage, store.get(stage.key) || {}));
+    const draw = () => patch(card, stageContent(stage, store.get(stage.key) || {}));
     draw();
     scope.on(stage.key, draw);
     return card;
@@ -32,9 +32,9 @@ function stageContent(stage, doc) {
       "header",
       { class: "panel-head" },
       h("h2", {}, stage.name),
-      toggle(enabled ? "On" : "Off", enabled, (on) => setStageEnabled(stage, on), { "aria-label": `${stage.name} on` }),
+      toggle(enabled ? "On" : "Off", enabled, (on) => setStageEnabled(stage, on), { "aria-label": `${stage.name} on`, "data-needs-player": "" }),
     ),
-    h("p", { class: "panel-sub" }, current ? `Preset: ${current.name}` : "No preset chosen"),
+    h("p", { class: "panel-sub" }, current ? `Preset: ${current.name}${enabled ? "" : " (used when on)"}` : "No preset chosen"),
     list.length
       ? h(
           "div",
@@ -47,7 +47,8 @@ function stageContent(stage, doc) {
                 class: "preset",
                 "aria-pressed": String(preset.id === currentId),
                 dataset: { presetId: String(preset.id) },
-                onclick: () => selectPreset(stage, preset, true),
+                "data-needs-player": "",
+                onclick: () => selectPreset(stage, preset),
               },
               preset.name,
             ),
@@ -61,7 +62,9 @@ function stageContent(stage, doc) {
 
 // The bands of an EQ preset on a logarithmic frequency axis (20 Hz to
 // 20 kHz): one hump per band at its centre frequency, as wide as its
-// bandwidth (in octaves), with the numbers listed below.
+// bandwidth (in octaves), with the numbers listed below. A band carries no
+// gain ("bband" is its bandwidth), so the humps share one height rather
+// than suggest boosts the preset does not hold.
 const SVG = "http://www.w3.org/2000/svg";
 const LOW = Math.log10(20);
 const HIGH = Math.log10(20000);
@@ -133,6 +136,7 @@ function gainControl(gain) {
       max: "12",
       step: "1",
       value: String(value),
+      "data-needs-player": "",
       oninput: (e) => (out.textContent = `${e.target.value} dB`),
       onchange: (e) => setIrcGain(Number(e.target.value)),
     }),
