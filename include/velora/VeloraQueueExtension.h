@@ -31,6 +31,8 @@ class VELORA_API IVeloraQueueExtensionListener {
   virtual void onRemoveFromQueue(int& index, int& result) = 0;
   /// Empties the play queue.
   virtual void onClearQueue(int& result) = 0;
+  /// Plays the track `itemId` (percent-decoded) right after the current one.
+  virtual void onPlayNext(const char*& itemId, int& result) = 0;
 };
 
 /// Makes `listener` the process service's queue extension, replacing any

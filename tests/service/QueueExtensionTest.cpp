@@ -16,7 +16,7 @@ TEST_F(QueueExtensionTest, RoutesAskTheExtensionAndAnswer501WithoutOne) {
   const auto expectNotImplemented = [&] {
     for (const char* target :
          {"/queue", "/queue/seek?position=1", "/queue/seek", "/queue/append?itemid=a1",
-          "/queue/remove?index=0", "/queue/clear"}) {
+          "/queue/remove?index=0", "/queue/clear", "/queue/next?itemid=a1"}) {
       const HttpReply reply = get(target);
       EXPECT_EQ(501, reply.status) << target;
       EXPECT_EQ(R"("Not Implemented")", reply.body) << target;
@@ -35,11 +35,14 @@ TEST_F(QueueExtensionTest, RoutesAskTheExtensionAndAnswer501WithoutOne) {
        R"("handleQueueAppend FAILED")"},
       {"/queue/remove?index=3", "onRemoveFromQueue 3", 200, R"("SUCCESS")", 1, 401,
        R"("handleQueueRemove FAILED")"},
+      {"/queue/next?itemid=t%2B1%20x", "onPlayNext 't+1 x'", 200, R"("SUCCESS")", 2, 401,
+       R"("handleQueueNext FAILED")"},
       {"/queue/clear", "onClearQueue", 200, R"("SUCCESS")", 1, 401, R"("handleQueueClear FAILED")"},
       {"/queue/seek", "", 400, R"("Missing position")"},
       {"/queue/seek?position=12s", "", 400, R"("Missing position")"},
       {"/queue/seek?position=nan", "", 400, R"("Missing position")"},
       {"/queue/append?id=a1", "", 400, R"("Missing itemid")"},
+      {"/queue/next", "", 400, R"("Missing itemid")"},
       {"/queue/remove?index=", "", 400, R"("Missing index")"},
       {"/queue/remove?index=1.5", "", 400, R"("Missing index")"},
       {"/queue/remove?index=99999999999", "", 400, R"("Missing index")"},

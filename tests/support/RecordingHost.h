@@ -99,6 +99,9 @@ class RecordingHost : public IVeloraRemoteServiceListener,
     record<true>("onRemoveFromQueue", std::tie(index, result));
   }
   void onClearQueue(int& result) override { record<true>("onClearQueue", std::tie(result)); }
+  void onPlayNext(const char*& itemId, int& result) override {
+    record<true>("onPlayNext", std::tie(itemId, result));
+  }
 
  private:
   static std::string fmt(int v) { return std::to_string(v); }

@@ -37,6 +37,11 @@ class QueueListener final : public IVeloraQueueExtensionListener {
     result = kOk;
   }
 
+  void onPlayNext(const char*& itemId, int& result) override {
+    host_.console.call("onPlayNext", itemId);
+    result = ifDone(host_.player.addPlayNext(text(itemId)), [&] { host_.publish.queue(); });
+  }
+
  private:
   HostContext& host_;
 };

@@ -38,6 +38,8 @@ void Ticker::run() {
       publish_.transport(r.trackChanged);
       lastPush = Clock::now();
     }
+    // The queue's position moved, and a play-next track may have left its list.
+    if (r.trackChanged) publish_.queue();
     if (r.trackChanged && !now.trackId.empty()) {
       CatalogTrack track;
       if (player_.findTrack(now.trackId, track)) console_.say("now playing: " + track.title);

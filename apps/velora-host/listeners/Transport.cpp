@@ -53,8 +53,10 @@ class PlaybackListener final : public IVeloraPlaybackServiceListener {
       host_.console.say("nothing to play for \"" + item + "\"");
       return;
     }
-    if (queued) host_.publish.queue();
-    host_.publish.transport(host_.player.transport().trackId != before || queued);
+    const bool moved = host_.player.transport().trackId != before;
+    // Starting from nothing may take the first play-next track off its list.
+    if (queued || moved) host_.publish.queue();
+    host_.publish.transport(moved || queued);
   }
 
   void onMoveTrack(const char*& trackId, int& position) override {

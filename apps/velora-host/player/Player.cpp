@@ -259,9 +259,16 @@ bool Player::playQueueIndex(int index) {
 bool Player::play() {
   Lock lock(mutex_);
   if (current_.empty()) {
-    if (queue_.empty()) return false;
-    index_ = std::max(index_, 0);
-    loadLocked(queue_[index_]);
+    // A track picked to play next is what comes next when nothing is loaded.
+    if (!playNext_.empty()) {
+      loadLocked(playNext_.front());
+      playNext_.erase(playNext_.begin());
+    } else if (queue_.empty()) {
+      return false;
+    } else {
+      index_ = std::max(index_, 0);
+      loadLocked(queue_[index_]);
+    }
   }
   if (transport_ != Transport::Playing) {
     startedAt_ = now();
@@ -402,9 +409,11 @@ bool Player::moveInQueue(const std::string& trackId, int position) {
   return true;
 }
 
-void Player::addPlayNext(const std::string& trackId) {
+bool Player::addPlayNext(const std::string& trackId) {
   Lock lock(mutex_);
-  if (trackLocked(trackId) != nullptr) playNext_.push_back(trackId);
+  if (trackLocked(trackId) == nullptr) return false;
+  playNext_.insert(playNext_.begin(), trackId);
+  return true;
 }
 
 bool Player::seek(double seconds) {

@@ -151,7 +151,9 @@ class Player {
   bool previous();  // restarts a track that has played for more than 3 s
   // Moves a queued track to `position`; an empty id moves the current one.
   bool moveInQueue(const std::string& trackId, int position);
-  void addPlayNext(const std::string& trackId);
+  // Puts a track first in the play-next list, so that it follows the current
+  // one ahead of earlier picks. False for an unknown id.
+  bool addPlayNext(const std::string& trackId);
   // Moves within the current track, clamped to its length.
   bool seek(double seconds);
   bool appendToQueue(const std::string& trackId);

@@ -47,7 +47,7 @@ TEST_F(PlayerTest, TransportClockRepeatModesPreviousPlayNextAndMovesFollowTheScr
       "!next: a3 0 play @2",       "mode 1: a3 0 play @2",      "tick 31: a1 1 play @0",
       "mode 2: a1 1 play @0",      "tick 10.5: a1 1.5 play @0", "next: a2 0 play @1",
       "mode 0: a2 0 play @1",      "tick 100: a3 0 stop @2",    "list alA 0: a1 0 play @0",
-      "add b2: a1 0 play @0 +b2",  "add x: a1 0 play @0 +b2",   "tick 10: b2 0 play @0",
+      "add b2: a1 0 play @0 +b2",  "!add x: a1 0 play @0 +b2",  "tick 10: b2 0 play @0",
       "tick 25: a2 0 play @1",     "move a3 0: a2 0 play @2",   "move - 0: a2 0 play @0",
       "!move a1 3: a2 0 play @0",  "!move b1 0: a2 0 play @0",  "next: a3 0 play @1"};
   static const char* const transports[] = {"stop", "play", "pause"};
@@ -66,7 +66,7 @@ TEST_F(PlayerTest, TransportClockRepeatModesPreviousPlayNextAndMovesFollowTheScr
     if (op == "next") ok = player.next();
     if (op == "previous") ok = player.previous();
     if (op == "mode") player.setMode(static_cast<PlayMode>(std::stoi(arg)));
-    if (op == "add") player.addPlayNext(arg);
+    if (op == "add") ok = player.addPlayNext(arg);
     if (op == "list") ok = player.playList(arg, n);
     if (op == "move") ok = player.moveInQueue(arg == "-" ? "" : arg, n);
     EXPECT_EQ(ok, !refused) << step;
@@ -107,9 +107,12 @@ TEST_F(PlayerTest, SeekAppendRemoveAndClearKeepTheCurrentTrackInStep) {
   EXPECT_TRUE(player.removeFromQueue(0) && current().empty() && player.queueIndex() == -1);
   EXPECT_EQ(player.transport().transport, Transport::Stopped) << "the queue ran out";
   ASSERT_TRUE(player.playList("alB", 0) && player.appendToQueue("a1"));
+  EXPECT_TRUE(player.addPlayNext("a3") && player.addPlayNext("b2") && !player.addPlayNext("nope"));
+  EXPECT_EQ(player.playNext(), (std::vector<std::string>{"b2", "a3"})) << "the latest pick first";
   player.clearQueue();
   EXPECT_TRUE(player.queue().empty() && current().empty() && !player.seek(1));
   EXPECT_EQ(player.transport().transport, Transport::Stopped);
+  EXPECT_TRUE(player.addPlayNext("a2") && player.play() && current() == "a2") << "nothing loaded";
 }
 
 TEST_F(PlayerTest, CreatedPlaylistsAreEditedThroughTheCatalog) {

@@ -67,8 +67,8 @@ export function moveTrack(trackId, position) {
 
 // ---------------------------------------------------------------- the queue
 
-// Whether the player edits its queue for remotes (seek, append, remove,
-// clear): true, false, or undefined until asked. A player whose library
+// Whether the player edits its queue for remotes (seek, append, play next,
+// remove, clear): true, false, or undefined until asked. A player whose library
 // predates these routes answers some other error, which means no as well.
 export function canEditQueue() {
   return store.get("queueSupport") === true;
@@ -81,13 +81,6 @@ export async function probeQueue() {
   } catch {
     // Unreachable: the feed says so, and the next pairing asks again.
   }
-}
-
-// Where the player stands in the queue: the index of the current entry.
-export function queuePosition() {
-  const queue = store.get("queue");
-  const id = store.get("playback", {}).trackid;
-  return Array.isArray(queue) && id ? queue.findIndex((t) => t && t.id === id) : -1;
 }
 
 // The index of a queue entry the person picked at `hint`, in the queue as it
@@ -114,23 +107,9 @@ export const appendToQueue = (trackId) => send("queue/append", { itemid: trackId
 export const removeFromQueue = (index) => send("queue/remove", { index });
 export const clearQueue = () => send("queue/clear");
 
-// The player has no "play next" for its own tracks, so the track joins the
-// queue and moves to just after the current entry; one already queued only
-// moves. The player moves the first entry with that id, so the current
-// track itself is only appended.
-export async function playNext(trackId) {
-  const queue = store.get("queue") || [];
-  const current = queuePosition();
-  let from = queue.findIndex((t) => t && t.id === trackId);
-  if (from < 0 || from === current) {
-    const { status } = await appendToQueue(trackId);
-    if (status !== 200 || from === current) return { status };
-    from = queue.length;
-  }
-  const position = from < current ? current : current + 1;
-  if (current < 0 || from === position) return { status: 200 };
-  return moveTrack(trackId, position);
-}
+// The player itself puts the track after the current one, so one that is
+// queued already (or is playing) needs no care here.
+export const playNext = (trackId) => send("queue/next", { itemid: trackId });
 
 // ---------------------------------------------------------------- playlists
 
