@@ -7,6 +7,7 @@ import { h, fill } from "./js/dom.js";
 import { icon } from "./js/icons.js";
 import { clock } from "./js/format.js";
 import { cover, coverKey } from "./js/widgets.js";
+import { artworkFor } from "./js/artwork.js";
 import { createScope } from "./js/scope.js";
 import * as api from "./js/api.js";
 import * as store from "./js/store.js";
@@ -308,6 +309,11 @@ function showShell() {
 }
 
 let pairingRun = null;
+// Resolves once the first screen has what it shows; the first pairing asks
+// the player for everything else only then, later pairings at once.
+let startedNow;
+const started = new Promise((resolve) => (startedNow = resolve));
+api.afterFirstScreen(started);
 
 // Pairs (again), then shows the screens and asks the player to push
 // everything they show; that comes through the feed, which need not wait for
@@ -321,7 +327,7 @@ function ensurePaired() {
       try {
         await api.pair({ onWaiting: notApproved });
         showShell();
-        cmd.refreshAll();
+        started.then(() => cmd.refreshAll());
       } finally {
         pairingRun = null;
       }
@@ -371,6 +377,47 @@ function keepShell() {
     .catch((err) => console.warn("no offline shell:", err));
 }
 
+// Resolves once the screen on show has drawn what it asked for (nothing of
+// it still says "Loading…") and its first pictures have decoded, or after
+// 2 s. Whatever the screen does not need (the feed's whole state, the sound
+// stages, covers for other screens) waits for that: on a phone's network
+// every request made meanwhile delays what the person is looking at.
+function firstScreenDrawn() {
+  return new Promise((resolve) => {
+    let finished = false;
+    const finish = () => {
+      if (finished) return;
+      finished = true;
+      observer.disconnect();
+      clearTimeout(timer);
+      // A screen may draw what just landed on the next frame.
+      requestAnimationFrame(() => {
+        const pictures = [...el.view.querySelectorAll("img")].slice(0, 12).map((img) => img.decode().catch(() => {}));
+        // Once decoded, they are painted on the next frame; then the rest.
+        Promise.race([Promise.all(pictures), api.sleep(1000)]).then(() => requestAnimationFrame(() => setTimeout(resolve, 0)));
+      });
+    };
+    const drawn = () => !el.view.querySelector(".loading") && finish();
+    const observer = new MutationObserver(drawn);
+    const timer = setTimeout(finish, 2000);
+    observer.observe(el.view, { childList: true, subtree: true });
+    drawn();
+  });
+}
+
+// Resolves when `ok()` holds after a change of `key`, or after `ms`.
+function until(key, ok, ms) {
+  return new Promise((resolve) => {
+    const done = () => {
+      stop();
+      clearTimeout(timer);
+      resolve();
+    };
+    const stop = store.on(key, () => ok() && done());
+    const timer = setTimeout(done, ms);
+  });
+}
+
 async function start() {
   fill(el.looking.querySelector(".brand"), icon("disc"), h("span", {}, "Velora Remote"));
   drawNav();
@@ -395,14 +442,35 @@ async function start() {
   // The player may have restarted and forgotten this remote, or let it go:
   // pair again. After an outage the feed starts over from the player's whole
   // state, and the screen and everything it shows are asked for afresh.
-  api.startChangeFeed({
-    onReturn: () => {
-      route();
-      cmd.refreshAll();
-      api.ensureAlbumCovers();
-    },
-    onUnpaired: ensurePaired,
-  });
+  const follow = () =>
+    api.startChangeFeed({
+      onReturn: () => {
+        route();
+        cmd.refreshAll();
+        api.ensureAlbumCovers();
+      },
+      onUnpaired: ensurePaired,
+    });
+  // The library's screens show lists they ask for themselves: the feed's
+  // whole state (which carries lists too) waits until they are drawn. The
+  // others show the player's state, which the feed brings; Now playing then
+  // asks for the current track's own cover rather than the album list.
+  if (document.body.dataset.screen in DETAIL || document.body.dataset.screen === "library") {
+    await firstScreenDrawn();
+    follow();
+  } else {
+    follow();
+    await Promise.race([api.firstState(), api.sleep(3000)]);
+    const track = cmd.currentTrack();
+    if (track && !artworkFor(track, "track")) {
+      // Its information comes through the feed, with the picture.
+      const pictured = until("track", () => artworkFor(cmd.currentTrack(), "track"), 1500);
+      api.library("track", { id: track.id }).catch(() => {});
+      await pictured;
+    }
+    await firstScreenDrawn();
+  }
+  startedNow();
   api.ensureAlbumCovers();
 }
 

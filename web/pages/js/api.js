@@ -226,7 +226,9 @@ const stateAppliers = {
   },
   library(doc, fresh) {
     for (const [key, name] of Object.entries(libraryLists)) {
-      if (key in doc) setView(name, doc[key], key === "albums" ? "album" : key);
+      if (key === "albums") {
+        if (Array.isArray(doc.albums)) updateAlbums(doc.albums);
+      } else if (key in doc) setView(name, doc[key], key);
       else if (fresh && store.get(name) != null) store.set(name, null);
     }
     applyAnswers(doc);
@@ -293,6 +295,11 @@ function showCurrentTrack() {
 // Whoever writes these, the current track follows.
 for (const key of ["playback", "queue", "playnext"]) store.on(key, showCurrentTrack);
 
+// Resolves once the feed's first whole state has landed.
+let stateLanded;
+const landed = new Promise((resolve) => (stateLanded = resolve));
+export const firstState = () => landed;
+
 // Applies one reply of the feed: a whole state replaces what the page holds
 // from the feed; then each changed key, then the events in order.
 function applyChanges(reply) {
@@ -308,6 +315,7 @@ function applyChanges(reply) {
       eventAppliers[event.document](event.value);
     }
   }
+  if (fresh) stateLanded();
 }
 
 // The key of the library document that answers each view: lists by their
@@ -339,6 +347,7 @@ function answerKey(view, params) {
 // token and its reply is empty, instead of the player's whole library
 // document, which nothing empties while no "status" poll runs.
 export async function library(view, params = {}) {
+  if (view === "albums") return loadAlbums();
   const viaFeed = feedLive && params.id !== undefined;
   const { status, data } = await request(`library/${view}`, params, { withToken: viaFeed });
   const key = answerKey(view, params);
@@ -348,15 +357,91 @@ export async function library(view, params = {}) {
   return { status, data };
 }
 
-// Tracks inside albums, playlists and the queue come without pictures; their
-// covers are those of the album list, fetched once per page.
-let albumsAsked = false;
-export function ensureAlbumCovers() {
-  if (albumsAsked || Array.isArray(store.get("albums"))) return;
-  albumsAsked = true;
-  library("albums", { index: 0, count: -1 }).catch(() => {
-    albumsAsked = false;
+// ---------------------------------------------------------------- the album list
+
+// The album list carries every cover inline, tens of kilobytes each, so it
+// comes in pages: first as many as the screen shows at once (`first`), so
+// those covers show without waiting for the rest, then the rest a page at a
+// time while the page is idle. A page shorter than asked is the last. Every
+// screen that needs the list (the grid, covers of tracks elsewhere) shares
+// this one load, so the list is asked for once.
+//
+// Each page the player is asked for becomes its library document's "albums"
+// and so reaches every remote through the feed: what the feed brings under
+// "albums" is some remote's page, not the list. It only updates the albums
+// this page already holds (see updateAlbums).
+const ALBUM_PAGE = 8;
+let albumsLoad = null;
+
+export function loadAlbums({ first = ALBUM_PAGE } = {}) {
+  albumsLoad ||= (async () => {
+    const list = [];
+    let index = 0;
+    let count = Math.max(1, first);
+    // Asked again (the library changed, the player came back): the list on
+    // show stays whole until the new one is, rather than shrink to a page.
+    const progressive = !Array.isArray(store.get("albums"));
+    for (;;) {
+      const reply = await request("library/albums", { index, count }, { withToken: false });
+      const page = reply.status === 200 && isObject(reply.data) ? reply.data.albums : null;
+      if (!Array.isArray(page)) {
+        albumsLoad = null;
+        return reply;
+      }
+      const known = new Set(list.map((a) => a.id));
+      list.push(...page.filter((a) => isObject(a) && !known.has(a.id)));
+      learn(page, "album");
+      const last = page.length < count;
+      if ((progressive || last) && !sameJson(store.get("albums"), list)) store.set("albums", [...list]);
+      if (last) return { status: 200, data: { albums: list } };
+      index += page.length;
+      count = ALBUM_PAGE;
+      await firstScreen;
+      await idle();
+    }
+  })().catch((err) => {
+    albumsLoad = null;
+    throw err;
   });
+  return albumsLoad;
+}
+
+// Albums the feed brought replace those of the same id in the list.
+function updateAlbums(albums) {
+  learn(albums, "album");
+  const list = store.get("albums");
+  if (!Array.isArray(list)) return;
+  const byId = new Map(albums.filter(isObject).map((a) => [a.id, a]));
+  if (!list.some((a) => byId.has(a.id) && !sameJson(a, byId.get(a.id)))) return;
+  store.set("albums", list.map((a) => byId.get(a.id) || a));
+}
+
+// The library changed, or the player came back: the list is asked for anew.
+function forgetAlbums() {
+  albumsLoad = null;
+}
+store.on("updated", forgetAlbums);
+
+// The rest of the list waits until the first screen has shown what it
+// asked for (the app says when).
+let firstScreen = Promise.resolve();
+export function afterFirstScreen(promise) {
+  firstScreen = promise;
+}
+
+// Waits until the browser has drawn what came and has nothing else to do.
+function idle() {
+  return new Promise((resolve) => {
+    if (typeof requestIdleCallback === "function") requestIdleCallback(() => resolve(), { timeout: 500 });
+    else setTimeout(resolve, 50);
+  });
+}
+
+// Tracks inside albums, playlists and the queue come without pictures; their
+// covers are those of the album list.
+export function ensureAlbumCovers() {
+  if (albumsLoad || Array.isArray(store.get("albums"))) return;
+  loadAlbums().catch(() => {});
 }
 
 // ---------------------------------------------------------------- reaching the player
@@ -542,7 +627,7 @@ async function followOnce(at, lost, { onReturn, onUnpaired }) {
   const next = { token, epoch: body.epoch ?? null, seq: body.seq ?? 0 };
   feedLive = next.seq > 0;
   if (lost) {
-    albumsAsked = false;
+    forgetAlbums();
     if (onReturn) await onReturn();
   }
   // Nothing new normally takes the whole wait. An empty reply that comes

@@ -65,7 +65,7 @@ function restoreScroll(y) {
 // The grid tabs: how each asks for its list (kept in the store under the
 // tab's name) and how it draws one card.
 const GRIDS = {
-  albums: { ask: () => api.library("albums", ALL), card: albumCard, empty: "The library has no albums." },
+  albums: { ask: (body) => api.loadAlbums({ first: cardsPerRow(body) }), card: albumCard, empty: "The library has no albums." },
   artists: {
     ask: () => api.library("artists", ALL),
     card: (artist) =>
@@ -114,7 +114,7 @@ function gridTab(key, { ask: askFor, card: makeCard, empty }) {
     follow(scope, body, key, {
       matches: Array.isArray,
       draw: (items) => grid(items, makeCard, empty),
-      ask: askFor,
+      ask: () => askFor(body),
     });
 }
 
@@ -284,6 +284,17 @@ function searchResults(found, scope) {
       ? section("Tracks", trackList(tracks, { scope, numbered: false, showAlbum: true, onPick: (t) => playItem(t.id, 0) }))
       : null,
   ];
+}
+
+// The album list's first page: the first row of the grid at this width, at
+// most four cards. Each cover is tens of kilobytes inline, so a short first
+// page shows covers soonest; the rest of the row follows with the next page.
+function cardsPerRow(body) {
+  const probe = h("div", { class: "grid", style: "visibility:hidden;height:0;margin:0" });
+  body.append(probe);
+  const columns = getComputedStyle(probe).gridTemplateColumns.split(" ").filter(Boolean).length;
+  probe.remove();
+  return Math.min(4, Math.max(2, columns || 0));
 }
 
 // An artist shows the cover of their first album when they have no picture.
