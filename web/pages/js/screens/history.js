@@ -6,6 +6,7 @@ import { h, fill } from "../dom.js";
 import { backLink, cover, loading } from "../widgets.js";
 import { plural } from "../format.js";
 import { playItem } from "../commands.js";
+import { trackMenuButton } from "../menu.js";
 import * as store from "../store.js";
 import * as app from "../playerapp.js";
 
@@ -67,6 +68,14 @@ export function render(view, params, scope) {
               ),
               h("span", { class: "track-time" }, index === 0 ? "latest" : earlier(entry.secondsBeforeLast)),
             ),
+            trackMenuButton({
+              id: entry.trackid,
+              name: entry.title,
+              artistname: entry.artist,
+              albumname: entry.album,
+              albumid: album && album.id,
+              artistid: album && album.artistid,
+            }),
           );
         }),
       ),
