@@ -61,7 +61,7 @@ export async function run({ page, host, check, until, begin, show, shot, PHONE, 
   const ids = await entries.evaluateAll((els) => els.map((e) => e.dataset.trackId));
   check(ids.join() === played.map((e) => e.trackid).join(), `the page lists ${ids} for ${played.map((e) => e.trackid)}`);
   const pick = (await host.playback())?.trackid === ids[ids.length - 1] ? 0 : ids.length - 1;
-  await entries.nth(pick).locator("button").click();
+  await entries.nth(pick).locator("button.track-main").click();
   await until("the host to play the track", async () => (await host.playback())?.trackid === ids[pick]);
   await until("the history to show it first and marked", async () => (await entries.first().getAttribute("data-track-id")) === ids[pick] && (await entries.first().getAttribute("class")).includes("current"));
   await shot("history", PHONE);
