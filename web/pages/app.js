@@ -252,7 +252,8 @@ function drawConnection(state) {
 // every control of the screen and the player bar is disabled, and enabled
 // again on its return, apart from those marked data-offline-ok and those the
 // screen disabled itself. Screens drawn meanwhile are held the same way.
-const CONTROLS = "#view button, #view input, #view select, #view textarea, #mini button";
+// The track menu sits outside the view; its player actions are marked.
+const CONTROLS = "#view button, #view input, #view select, #view textarea, #mini button, button[data-needs-player]";
 function holdControls(hold) {
   for (const control of document.querySelectorAll(CONTROLS)) {
     if (control.closest("[data-offline-ok]")) continue;
@@ -264,7 +265,7 @@ function holdControls(hold) {
       delete control.dataset.away;
     }
   }
-  if (hold) newControls.observe(el.shell, { childList: true, subtree: true });
+  if (hold) newControls.observe(document.body, { childList: true, subtree: true });
   else newControls.disconnect();
 }
 const newControls = new MutationObserver(() => holdControls(true));

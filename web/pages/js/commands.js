@@ -74,7 +74,7 @@ export function canEditQueue() {
   return store.get("queueSupport") === true;
 }
 
-export async function probeQueue() {
+async function probeQueue() {
   try {
     const { status } = await request("queue");
     store.set("queueSupport", status === 200);

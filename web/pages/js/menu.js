@@ -13,7 +13,7 @@ import * as cmd from "./commands.js";
 
 let open = null;
 
-export function closeMenu({ restoreFocus = true } = {}) {
+function closeMenu({ restoreFocus = true } = {}) {
   if (!open) return;
   const { layer, anchor, stop } = open;
   open = null;
@@ -103,7 +103,7 @@ function place(layer, panel, anchor) {
 // there, a queue entry); `queueIndex` is where a queue row stands, which adds
 // "remove from queue"; `playlist` ({ id, name }) the playlist it is shown in,
 // which adds taking it out of there.
-export function openTrackMenu(anchor, track, { play, queueIndex, playlist } = {}) {
+function openTrackMenu(anchor, track, { play, queueIndex, playlist } = {}) {
   const heading = { title: track.name || "Untitled", sub: [track.artistname, track.albumname].filter(Boolean).join(" · ") };
   const done = (text) => (reply) => {
     if (reply && reply.status === 200) notice(text);

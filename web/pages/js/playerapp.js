@@ -41,7 +41,7 @@ export const downloads = () => ask("getDownloadStatus");
 export const stashTracks = (sku) => ask("getItemsForSkuId", { sku });
 
 // What can be done with a stash item, by route.
-export const DOWNLOAD_ACTIONS = {
+const DOWNLOAD_ACTIONS = {
   start: "startDownload",
   pause: "pauseDownload",
   resume: "resumeDownload",

@@ -152,7 +152,7 @@ export function detailScreen(view, scope, [backHref, backText], key, options) {
 }
 
 // "This album is no longer in the library", and a way back.
-export function goneNote(text, [href, label]) {
+function goneNote(text, [href, label]) {
   return h("div", { class: "gone", role: "status" }, h("p", {}, text), link(href, { class: "secondary" }, icon("back"), label));
 }
 
