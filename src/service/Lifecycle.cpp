@@ -41,6 +41,10 @@ int setVeloraQueueExtension(IVeloraQueueExtensionListener* listener) {
   return serviceHolder->setQueueExtension(listener);
 }
 
+void setVeloraStrictMode(bool enabled, const char* allowedOrigins) {
+  serviceHolder->setStrictMode(enabled, allowedOrigins ? allowedOrigins : "");
+}
+
 std::string getSDKVersionStr() { return kVersion; }
 int getSDKVersionInt() { return kVersionNumber; }
 

@@ -23,6 +23,7 @@
 #include "service/Setters.h"
 #include "service/Router.h"
 #include "velora/VeloraRemoteSDK.h"
+#include "velora/VeloraStrictMode.h"
 
 #define VELORA_REGISTRY(L)                                                 \
   int registerForNotification(L* l) override { return hub_.subscribe(l); } \
@@ -77,6 +78,8 @@ class VeloraRestService : public IVeloraRemoteCoordinator,
   VELORA_REGISTRY(IVeloraSettingsServiceListener)
   // setVeloraQueueExtension, for this service.
   int setQueueExtension(IVeloraQueueExtensionListener* l) { return hub_.setQueueExtension(l); }
+  // setVeloraStrictMode, for this service.
+  void setStrictMode(bool /*enabled*/, const std::string& /*allowedOrigins*/) {}
 
   // The service interfaces' setters, defined by area.
   VELORA_LIBRARY_SETTERS(VELORA_DECLARE_SETTER)
