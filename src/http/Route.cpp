@@ -1,12 +1,26 @@
 #include "http/Route.h"
 
+#include "util/Support.h"
+
 #include <charconv>
+#include <istream>
+#include <streambuf>
 #include <cmath>
 #include <stdexcept>
 
 using web::http::status_codes;
 
 namespace {
+
+// Bytes read where they lie, as a stream.
+struct InPlace : std::streambuf {
+  InPlace(uint8_t* data, size_t size) {
+    char* begin = reinterpret_cast<char*>(data);
+    setg(begin, begin, begin + size);
+  }
+};
+
+constexpr size_t kLargeBody = 1024 * 1024;
 
 // The whole of `text` as a number, or false. from_chars ignores the locale,
 // which a host may have set to one with decimal commas.
@@ -117,11 +131,19 @@ Answer reply(Call& c, const SuccessReply& success) {
 }
 
 Answer applyBody(Call& c, std::function<void(const web::json::value&)> work) {
-  c.r.http.extract_json(true).then([work](pplx::task<web::json::value> body) {
+  c.r.http.content_ready().then([work](pplx::task<web::http::http_request> ready) {
+    size_t size = 0;
     try {
-      work(body.get());
+      // The body is parsed where it lies, so that a large one is held once.
+      auto body = ready.get().body().streambuf();
+      uint8_t* data = nullptr;
+      if (!body.acquire(data, size)) return;
+      InPlace bytes(data, size);
+      std::istream in(&bytes);
+      work(web::json::value::parse(in));
     } catch (...) {
     }
+    if (size >= kLargeBody) returnFreedMemory();
   });
   return web::http::http_response(status_codes::OK);
 }

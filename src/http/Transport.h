@@ -10,7 +10,7 @@ class http_listener;
 }
 
 // The only code that touches the HTTP library's listener: it opens one on a
-// port of every address for GET, POST, PUT and DELETE, hands every request
+// port of every address for GET, POST, PUT, DELETE and HEAD, hands every request
 // to one handler, and closes it safely while clients keep connecting.
 class Transport {
  public:

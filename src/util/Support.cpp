@@ -1,6 +1,7 @@
 #include "util/Support.h"
 
 #include <fcntl.h>
+#include <malloc.h>
 #include <unistd.h>
 #include <uuid/uuid.h>
 #include <zlib.h>
@@ -165,3 +166,5 @@ std::string gzipString(std::string const& s) {
   deflateEnd(&z);
   return rc == Z_STREAM_END ? out : std::string();
 }
+
+void returnFreedMemory() { malloc_trim(0); }

@@ -61,3 +61,8 @@ std::string path(std::vector<std::string> const& segments, int index, bool lower
 std::string compressString(std::string const& s);
 // The gzip stream of s (for HTTP's Content-Encoding: gzip), at the default level.
 std::string gzipString(std::string const& s);
+
+// Hands memory freed after a large request back to the system. The allocator
+// keeps freed memory for reuse, and after a big body it would keep hundreds of
+// megabytes that no request needs again.
+void returnFreedMemory();

@@ -1,0 +1,51 @@
+#include "http/RequestReader.h"
+
+#include <string_view>
+
+namespace http = boost::beast::http;
+
+void RequestReader::next() {
+  parser_.emplace();
+  // The head as a whole may hold a full request line and full fields; which
+  // limit it broke is told apart in step().
+  parser_->header_limit(
+      static_cast<std::uint32_t>(RequestLimits::kLine + RequestLimits::kHeaders + 4));
+  parser_->body_limit(RequestLimits::kBody);
+  reject_ = 0;
+}
+
+RequestReader::Step RequestReader::step() {
+  if (reject_ != 0) return Step::Reject;
+  auto fail = [this](unsigned status) {
+    reject_ = status;
+    return Step::Reject;
+  };
+  boost::system::error_code ec;
+  if (!parser_->is_header_done()) {
+    // The parser takes the head only once all of it is here, so the buffer
+    // starts with the request line.
+    const std::string_view bytes(static_cast<const char*>(buffer_.data().data()), buffer_.size());
+    const size_t eol = bytes.find('\n');
+    if ((eol == std::string_view::npos ? bytes.size() : eol) > RequestLimits::kLine + 1) {
+      return fail(414);
+    }
+    const size_t used = parser_->put(buffer_.data(), ec);
+    buffer_.consume(used);
+    if (ec == http::error::need_more) return Step::More;
+    if (ec == http::error::header_limit) return fail(431);
+    // A declared length over the limit is refused as the head is read.
+    if (ec == http::error::body_limit) return Step::Oversized;
+    if (ec) return fail(400);
+    if (used - (eol + 1) > RequestLimits::kHeaders + 2) return fail(431);
+  }
+  while (!parser_->is_done()) {
+    if (buffer_.size() == 0) return Step::More;
+    const size_t used = parser_->put(buffer_.data(), ec);
+    buffer_.consume(used);
+    if (ec == http::error::need_more) return Step::More;
+    if (ec == http::error::body_limit) return Step::Oversized;
+    if (ec) return fail(400);
+    if (used == 0) return Step::More;
+  }
+  return Step::Ready;
+}
