@@ -38,11 +38,12 @@ start_bg() {
 
 # The start_* functions put the port into the variable named first (they run
 # in this shell, not in a $(...) one, so that stop_all knows the pid).
+# The host runs --open: the load runs call routes without pairing.
 start_host() {  # VAR BUILD
   local _port
   _port=$(free_port)
   DBUS_SYSTEM_BUS_ADDRESS=unix:path=/nonexistent AVAHI_COMPAT_NOWARN=1 \
-    "$2/bin/velora-host" --port "$_port" --quiet </dev/null >/dev/null 2>&1 &
+    "$2/bin/velora-host" --port "$_port" --open --quiet </dev/null >/dev/null 2>&1 &
   started_pids+=($!)
   printf -v "$1" %s "$_port"
 }

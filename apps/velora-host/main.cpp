@@ -19,6 +19,7 @@
 #include <string>
 
 #include <velora/VeloraRemoteSDK.h>
+#include <velora/VeloraStrictMode.h>
 
 #include "Console.h"
 #include "RemoteClients.h"
@@ -36,13 +37,17 @@ struct Options {
   Approval approval = Approval::Auto;
   bool help = false;
   bool quiet = false;
-  std::string music;  // empty: the bundled sample library
-  std::string cache;  // empty: the user's cache folder
+  // Strict unless asked otherwise: a demo host on a shared network should
+  // not let every device on it drive the player without pairing.
+  bool open = false;
+  std::string allowedOrigins;  // empty: pages of other origins may not call the service
+  std::string music;           // empty: the bundled sample library
+  std::string cache;           // empty: the user's cache folder
 };
 
 void printUsage(std::ostream& out) {
   out << "usage: velora-host [--port N] [--approve auto|prompt] [--music DIR] [--cache DIR]\n"
-         "                   [--quiet] [--help]\n"
+         "                   [--open] [--allow-origin LIST] [--quiet] [--help]\n"
          "\n"
          "A music player without sound that serves the Velora web remote: browse its\n"
          "library, play, skip, change volume, presets and output devices from a browser.\n"
@@ -57,6 +62,11 @@ void printUsage(std::ostream& out) {
          "                   bundled sample library\n"
          "  --cache DIR      where cover images are written; default\n"
          "                   $XDG_CACHE_HOME/velora-host or ~/.cache/velora-host\n"
+         "  --open           turn strict mode off: any client may call every route\n"
+         "                   without pairing (by default only approved remotes may)\n"
+         "  --allow-origin LIST\n"
+         "                   comma-separated web origins (https://host:port) whose\n"
+         "                   pages may call this host from another address\n"
          "  --quiet          do not log each callback\n"
          "  --help           show this text\n"
          "\n"
@@ -82,6 +92,10 @@ bool parseOptions(int argc, char** argv, Options& options) {
       options.help = true;
     } else if (arg == "--quiet") {
       options.quiet = true;
+    } else if (arg == "--open") {
+      options.open = true;
+    } else if (arg == "--allow-origin" && hasValue) {
+      options.allowedOrigins = argv[++i];
     } else if (arg == "--port" && hasValue) {
       if (!parsePort(argv[++i], options.port)) {
         std::cerr << "velora-host: --port needs a number from 1 to " << 65535 - 9 << "\n";
@@ -278,6 +292,9 @@ int main(int argc, char** argv) {
   service.registerForNotification(&remote);
   listeners.registerWith(service);
 
+  // Before listening, so that no request is ever served in the other mode.
+  setVeloraStrictMode(!options.open,
+                      options.allowedOrigins.empty() ? nullptr : options.allowedOrigins.c_str());
   service.startListening();
   const int port = findOwnPort(host.instance);
   if (port == 0) {
@@ -298,6 +315,12 @@ int main(int argc, char** argv) {
         "DNS-SD: not published (is avahi-daemon running?); remote apps will not find "
         "this host by name, but the address above works");
   }
+  console.say(options.open
+                  ? "open mode: any client may call every route without pairing"
+                  : "strict mode: only approved remotes may use the service (--open turns it off)" +
+                        (options.allowedOrigins.empty()
+                             ? std::string()
+                             : "; pages of " + options.allowedOrigins + " may call it"));
   console.say("Ctrl-C stops");
 
   publisher.everything();

@@ -16,6 +16,18 @@ void copyField(char (&field)[N], const std::string& text) {
   std::memcpy(field, text.data(), n);
   field[n] = '\0';
 }
+
+// Compares a presented token with a record's in a time that does not tell
+// how much of it was right.
+bool sameToken(const std::string& presented, const char* own) {
+  const size_t n = std::strlen(own);
+  if (presented.empty() || presented.size() != n) return false;
+  unsigned char diff = 0;
+  for (size_t i = 0; i < n; ++i) diff |= static_cast<unsigned char>(presented[i] ^ own[i]);
+  return diff == 0;
+}
+
+bool isPending(const ConnectionDataEx& c) { return !c.authstatus && !c.disconnected; }
 }  // namespace
 
 std::shared_ptr<ConnectionDataEx> Connections::createConnection(int code, std::string name,
@@ -29,8 +41,31 @@ std::shared_ptr<ConnectionDataEx> Connections::createConnection(int code, std::s
   copyField(connection->product, "");
   copyField(connection->token, newUUID());
   connection->capabilities = 0;
+  makeRoomForPending();
+  setPending(*connection);
   list_.push_back(connection);
   return connection;
+}
+
+void Connections::makeRoomForPending() {
+  const size_t limit = strict_.enabled() ? kStrictPendingLimit : kPendingLimit;
+  for (;;) {
+    size_t pending = 0;
+    auto oldest = list_.end();
+    for (auto it = list_.begin(); it != list_.end(); ++it) {
+      if (!isPending(**it)) continue;
+      ++pending;
+      if (oldest == list_.end() || (*it)->pendingSince < (*oldest)->pendingSince) oldest = it;
+    }
+    if (pending < limit) return;
+    list_.erase(oldest);
+  }
+}
+
+void Connections::setPending(ConnectionDataEx& connection) {
+  connection.authstatus = false;
+  connection.disconnected = false;
+  connection.pendingSince = ++pendingSeq_;
 }
 
 std::shared_ptr<ConnectionDataEx> Connections::getConnection(int code) {
@@ -66,8 +101,10 @@ ConnectionData Connections::pair(int code, const std::string& name, int version)
     auto connection = getConnection(code);
     if (connection && !(connection->authstatus && !connection->disconnected)) {
       // Pending again, whether it was waiting or had been disconnected.
-      connection->authstatus = false;
-      connection->disconnected = false;
+      if (!isPending(*connection)) {
+        makeRoomForPending();
+        setPending(*connection);
+      }
       std::lock_guard<std::mutex> stateLock(state_.cache.stateMutex);
       state_.cache.docs.disconnect = value::object(true);
     } else if (!connection) {
@@ -81,6 +118,46 @@ ConnectionData Connections::pair(int code, const std::string& name, int version)
     hub_.fire(&IVeloraRemoteServiceListener::onRemoteConnected, created);
   }
   return snapshot;
+}
+
+std::optional<ConnectionData> Connections::claim(int code, const std::string& name, int version,
+                                                 const std::string& token) {
+  ConnectionData snapshot{};
+  bool announce = false;
+  {
+    std::lock_guard<std::mutex> lock(mutex);
+    auto connection = getConnection(code);
+    if (!connection) {
+      connection = createConnection(code, name, version);
+      announce = true;
+    } else if (!sameToken(token, connection->token)) {
+      // Codes are short enough to guess; a token is not handed to a guesser.
+      return std::nullopt;
+    } else if (connection->disconnected) {
+      // The old token ended with its session; whoever saw it go by must not
+      // be able to use the new one.
+      const std::string old = connection->token;
+      makeRoomForPending();
+      copyField(connection->token, newUUID());
+      setPending(*connection);
+      state_.changes.forgetDisconnect(old);
+      std::lock_guard<std::mutex> stateLock(state_.cache.stateMutex);
+      state_.cache.docs.disconnect = value::object(true);
+      announce = true;
+    }
+    snapshot = connection->data();
+  }
+  if (announce) {
+    ConnectionData created = snapshot;
+    hub_.fire(&IVeloraRemoteServiceListener::onRemoteConnected, created);
+  }
+  return snapshot;
+}
+
+bool Connections::owns(int code, const std::string& token) {
+  std::lock_guard<std::mutex> lock(mutex);
+  auto connection = getConnection(code);
+  return connection && sameToken(token, connection->token);
 }
 
 void Connections::approve(int code, const char* product, Capabilities& capabilities) {
@@ -115,9 +192,13 @@ void Connections::disconnect(int code, bool fromRemote) {
     const bool news = !connection->disconnected;
     connection->disconnected = true;
     connection->authstatus = false;
+    // In strict mode the note names the client by its code: the feed and
+    // "status" reach every paired client, and a token is for its holder alone.
     value note = value::object(
         std::vector<std::pair<utility::string_t, value>>{
-            {"token", value::string(connection->token)},
+            strict_.enabled()
+                ? std::pair<utility::string_t, value>{"code", value::number(connection->code)}
+                : std::pair<utility::string_t, value>{"token", value::string(connection->token)},
             {"fromremote", value::boolean(fromRemote)}},
         true);
     std::lock_guard<std::mutex> stateLock(state_.cache.stateMutex);

@@ -16,6 +16,30 @@ void deleteARD(value& v) {
   }
 }
 
+namespace {
+// A browser lets a page on another origin read a reply only when the reply
+// names that origin: in strict mode the wildcard of addResponseHeaders()
+// becomes the request's origin if the host allows it, and goes otherwise.
+// The reply is changed in place: a handle shares its message, and every reply
+// is built for one request.
+http_response narrowedToOrigin(const http_request& request, http_response narrowed,
+                               const StrictMode& strict) {
+  auto& headers = narrowed.headers();
+  for (const char* name : {"Access-Control-Allow-Origin", "Access-Control-Allow-Methods",
+                           "Access-Control-Allow-Headers"}) {
+    headers.remove(name);
+  }
+  const auto origin = request.headers().find("Origin");
+  if (origin == request.headers().end() || !strict.allows(origin->second)) return narrowed;
+  http_response allowed;
+  Replies::addResponseHeaders(allowed);
+  for (const auto& header : allowed.headers()) headers[header.first] = header.second;
+  headers["Access-Control-Allow-Origin"] = origin->second;
+  headers["Vary"] = "Origin";
+  return narrowed;
+}
+}  // namespace
+
 void Replies::addResponseHeaders(http_response& response) {
   // Every reply is built fresh, so its headers start as a copy of a finished
   // map: no name comparisons, and none of the string stream that
@@ -92,15 +116,16 @@ void Replies::send(http_request& request, const http_response& response) {
     // The client may be gone; a reply that cannot be sent is nobody's error.
     // Counted out on the thread that finishes writing the reply, rather than
     // through one more hop over the worker pool for every request.
-    request.reply(response)._Then(
-        [done](pplx::task<void> sent) {
-          try {
-            sent.get();
-          } catch (...) {
-          }
-          done();
-        },
-        nullptr);
+    request.reply(strict_.enabled() ? narrowedToOrigin(request, response, strict_) : response)
+        ._Then(
+            [done](pplx::task<void> sent) {
+              try {
+                sent.get();
+              } catch (...) {
+              }
+              done();
+            },
+            nullptr);
   } catch (...) {
     done();
   }

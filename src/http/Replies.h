@@ -9,18 +9,21 @@
 #include <cpprest/json.h>
 
 #include "host/StateCache.h"
+#include "host/StrictMode.h"
 
 // Sets "artworkdata" to null in every object of `v`, at any depth, so that a
 // reply carries no embedded pictures.
 void deleteARD(web::json::value& v);
 
 // The replies the service gives, and the count of requests not yet answered.
-// Every JSON reply carries the three cross-origin headers. Every reply
-// leaves through send(), so that closing can wait for replies still being
-// written: the HTTP library cannot close under one.
+// Every JSON reply carries the three cross-origin headers; in strict mode
+// send() narrows them to the request's origin when the host allows it, and
+// drops them otherwise. Every reply leaves through send(), so that closing
+// can wait for replies still being written: the HTTP library cannot close
+// under one.
 class Replies {
  public:
-  explicit Replies(StateCache& cache) : cache_(cache) {}
+  Replies(StateCache& cache, const StrictMode& strict) : cache_(cache), strict_(strict) {}
 
   static void addResponseHeaders(web::http::http_response& response);
   // A reply whose whole body is one JSON string.
@@ -46,6 +49,7 @@ class Replies {
 
  private:
   StateCache& cache_;
+  const StrictMode& strict_;
   std::mutex inflightMutex_;
   std::condition_variable drained_;
   int inflight_ = 0;

@@ -12,6 +12,8 @@ void RequestReader::next() {
       static_cast<std::uint32_t>(RequestLimits::kLine + RequestLimits::kHeaders + 4));
   parser_->body_limit(RequestLimits::kBody);
   reject_ = 0;
+  headBytes_ = 0;
+  lineBytes_ = 0;
 }
 
 RequestReader::Step RequestReader::step() {
@@ -22,21 +24,25 @@ RequestReader::Step RequestReader::step() {
   };
   boost::system::error_code ec;
   if (!parser_->is_header_done()) {
-    // The parser takes the head only once all of it is here, so the buffer
-    // starts with the request line.
-    const std::string_view bytes(static_cast<const char*>(buffer_.data().data()), buffer_.size());
-    const size_t eol = bytes.find('\n');
-    if ((eol == std::string_view::npos ? bytes.size() : eol) > RequestLimits::kLine + 1) {
-      return fail(414);
+    // The parser takes the request line only once all of it is here, and the
+    // fields as they come.
+    if (headBytes_ == 0) {
+      const std::string_view bytes(static_cast<const char*>(buffer_.data().data()),
+                                   buffer_.size());
+      const size_t eol = bytes.find('\n');
+      lineBytes_ = eol == std::string_view::npos ? bytes.size() : eol + 1;
+      if (lineBytes_ > RequestLimits::kLine + 2) return fail(414);
     }
     const size_t used = parser_->put(buffer_.data(), ec);
     buffer_.consume(used);
+    headBytes_ += used;
+    if (headBytes_ > lineBytes_ + RequestLimits::kHeaders + 2) return fail(431);
     if (ec == http::error::need_more) return Step::More;
     if (ec == http::error::header_limit) return fail(431);
     // A declared length over the limit is refused as the head is read.
     if (ec == http::error::body_limit) return Step::Oversized;
     if (ec) return fail(400);
-    if (used - (eol + 1) > RequestLimits::kHeaders + 2) return fail(431);
+    if (!parser_->is_header_done()) return Step::More;
   }
   while (!parser_->is_done()) {
     if (buffer_.size() == 0) return Step::More;

@@ -50,4 +50,6 @@ class RequestReader {
   boost::beast::flat_buffer buffer_;
   std::optional<boost::beast::http::request_parser<boost::beast::http::string_body>> parser_;
   unsigned reject_ = 0;
+  size_t headBytes_ = 0;  // of the head, taken by the parser so far
+  size_t lineBytes_ = 0;
 };

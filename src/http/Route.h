@@ -23,6 +23,7 @@
 #include "host/Connections.h"
 #include "host/ListenerHub.h"
 #include "host/StateStore.h"
+#include "host/StrictMode.h"
 #include "http/Replies.h"
 #include "http/RouteRequest.h"
 #include "util/Support.h"
@@ -34,6 +35,7 @@ struct Units {
   Replies& replies;
   Connections& connections;
   const std::atomic<bool>& closing;
+  const StrictMode& strict;
 };
 
 struct Call {

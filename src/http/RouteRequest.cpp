@@ -1,5 +1,7 @@
 #include "http/RouteRequest.h"
 
+#include <strings.h>
+
 #include <cpprest/uri.h>
 
 std::vector<std::string> splitPath(const std::string& path) {
@@ -55,4 +57,19 @@ int RouteRequest::number(const std::string& key) const { return std::stoi(query.
 std::string RouteRequest::optional(const std::string& key, size_t minCount,
                                    const std::string& fallback) const {
   return count() >= minCount ? text(key, fallback) : fallback;
+}
+
+std::string RouteRequest::credential() const {
+  auto token = query.find("token");
+  if (token != query.end()) return token->second;
+  const auto& headers = http.headers();
+  auto header = headers.find("Authorization");
+  if (header == headers.end()) return "";
+  const std::string& value = header->second;
+  // The scheme's name is not case-sensitive.
+  constexpr size_t kScheme = 7;  // "Bearer "
+  if (value.size() <= kScheme || ::strncasecmp(value.c_str(), "Bearer ", kScheme) != 0) return "";
+  const size_t start = value.find_first_not_of(' ', kScheme);
+  const size_t end = value.find_last_not_of(' ');
+  return start == std::string::npos ? "" : value.substr(start, end - start + 1);
 }

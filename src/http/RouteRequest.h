@@ -32,6 +32,9 @@ class RouteRequest {
   std::string decoded(const std::string& key, const std::string& fallback = "") const;
   int number(const std::string& key) const;
   std::string optional(const std::string& key, size_t minCount, const std::string& fallback) const;
+  // The client's token: the query's "token", or when the query has none,
+  // that of an "Authorization: Bearer" header ("" when neither).
+  std::string credential() const;
 };
 
 // The HTTP library's uri::split_path and uri::split_query, to the letter,

@@ -1,7 +1,9 @@
+#include <limits.h>
 #include <strings.h>
 #include <sys/stat.h>
 
 #include <algorithm>
+#include <cstdlib>
 
 #include <cpprest/filestream.h>
 
@@ -30,7 +32,27 @@ bool staysInsideFolder(const std::string& decodedPath) {
 
 bool isRegularFile(const std::string& file) {
   struct stat st;
-  return ::stat(file.c_str(), &st) == 0 && S_ISREG(st.st_mode);
+  return file.find('\0') == std::string::npos && ::stat(file.c_str(), &st) == 0 &&
+         S_ISREG(st.st_mode);
+}
+
+// The path with every symbolic link resolved; "" when it cannot be.
+std::string realPath(const std::string& path) {
+  char resolved[PATH_MAX];
+  if (path.find('\0') != std::string::npos || ::realpath(path.c_str(), resolved) == nullptr) {
+    return "";
+  }
+  return resolved;
+}
+
+// The page's real path when it lies inside the folder's real path; "" when it
+// does not (a link in the folder that leads out of it).
+std::string resolvedInside(const std::string& folder, const std::string& page) {
+  const std::string root = realPath(folder);
+  const std::string file = realPath(page);
+  if (root.empty() || file.empty()) return "";
+  const std::string prefix = root.back() == '/' ? root : root + "/";
+  return file.compare(0, prefix.size(), prefix) == 0 ? file : "";
 }
 
 // The web remote changes with each release. Its pages and its service worker
@@ -71,25 +93,27 @@ bool StaticPages::serveStaticPage(http_request& request, const std::string& deco
     if (!allow) {
       replies_.send(request, status_codes::Forbidden);
     } else {
-      serveFile(request, file, contentType);
+      serveFile(request, file, contentType, file);
     }
     return true;
   }
 
   if (!staysInsideFolder(file)) return false;
   const std::string page = folder_ + file;
-  if (validPath(page) && isRegularFile(page)) {
-    serveFile(request, page, contentType);
-    return true;
-  }
-  return false;
+  if (!validPath(page) || !isRegularFile(page)) return false;
+  // In strict mode the file read is the one checked: the link cannot be
+  // turned elsewhere between the check and the opening.
+  const std::string opened = strict_.enabled() ? resolvedInside(folder_, page) : page;
+  if (opened.empty()) return false;
+  serveFile(request, page, contentType, opened);
+  return true;
 }
 
 void StaticPages::serveFile(http_request& request, const std::string& file,
-                            const std::string& contentType) {
+                            const std::string& contentType, const std::string& opened) {
   // Only regular files stream: a folder opens for reading too, but has no
   // content to send.
-  if (!isRegularFile(file)) {
+  if (!isRegularFile(opened)) {
     replies_.send(request, status_codes::NotFound);
     return;
   }
@@ -100,7 +124,7 @@ void StaticPages::serveFile(http_request& request, const std::string& file,
   // up waiting and the service stopped answering for good.
   namespace streams = concurrency::streams;
   auto body = std::make_shared<streams::container_buffer<std::vector<uint8_t>>>();
-  streams::fstream::open_istream(file, std::ios::in | std::ios::binary)
+  streams::fstream::open_istream(opened, std::ios::in | std::ios::binary)
       .then([body](streams::istream in) {
         return in.read_to_end(*body).then([in](pplx::task<size_t> read) {
           // The queued close works on the stream's buffer, so the stream is

@@ -9,13 +9,23 @@ using web::json::value;
 
 // A client pairs by calling this repeatedly with its code: the first call
 // registers it and tells the host, later calls return the same token and,
-// once the host has approved it, who this computer is.
+// once the host has approved it, who this computer is. In strict mode the
+// later calls must carry the token, and a client whose session ended pairs
+// again under a new one.
 Answer routeAuthenticate(Call& c) {
   RouteRequest& r = c.r;
   if (!r.has("code")) return Replies::text(status_codes::BadRequest, "Missing code");
   const int code = r.number("code");
-  const ConnectionData client =
-      c.u.connections.pair(code, r.decoded("name"), r.has("version") ? r.number("version") : 0);
+  const std::string name = r.decoded("name");
+  const int version = r.has("version") ? r.number("version") : 0;
+  ConnectionData client{};
+  if (c.u.strict.enabled()) {
+    auto claimed = c.u.connections.claim(code, name, version, r.credential());
+    if (!claimed) return Replies::text(status_codes::Unauthorized, "Unauthorized");
+    client = *claimed;
+  } else {
+    client = c.u.connections.pair(code, name, version);
+  }
   std::vector<std::pair<utility::string_t, value>> fields{
       {"token", value::string(client.token)},
       {"authstatus", value::boolean(client.authstatus)},
@@ -30,7 +40,12 @@ Answer routeAuthenticate(Call& c) {
   return response;
 }
 
+// In strict mode a client ends only its own session.
 Answer routeDisconnect(Call& c) {
+  if (c.u.strict.enabled() &&
+      !(c.r.has("code") && c.u.connections.owns(c.r.number("code"), c.r.credential()))) {
+    return Replies::text(status_codes::Unauthorized, "Unauthorized");
+  }
   if (c.r.has("code")) c.u.connections.disconnect(c.r.number("code"), true);
   return Replies::text(status_codes::OK, "");
 }

@@ -52,7 +52,7 @@ VeloraRestService::VeloraRestService() : VeloraRestService(Options{}) {}
 
 VeloraRestService::VeloraRestService(Options options)
     : pagesFolder_(std::move(options.pagesFolder)),
-      pages_(hub_, replies_, pagesFolder_),
+      pages_(hub_, replies_, pagesFolder_, strict_),
       notifier_(std::move(options.notifier)) {
   useWorkerThreads(kWorkerThreads);
   // Objects keep their keys in insertion order: the service's own documents

@@ -10,6 +10,14 @@ using web::http::http_response;
 using web::http::methods;
 using web::http::status_codes;
 
+namespace {
+http_response methodNotAllowed() {
+  http_response response(status_codes::MethodNotAllowed);
+  response.headers().add("Allow", "GET, POST, PUT, DELETE");
+  return response;
+}
+}  // namespace
+
 const RouteList& Router::routes() {
   static const RouteList all = [] {
     RouteList rows;
@@ -40,12 +48,22 @@ void Router::handle(http_request request) {
       handle_post(request);
     } else if (method == methods::PUT) {
       handle_put(request);
-    } else {
+    } else if (method == methods::DEL) {
       handle_delete(request);
+    } else if (method == methods::HEAD) {
+      handle_head(request);
+    } else {
+      send(request, methodNotAllowed());
     }
   } catch (...) {
     units_.replies.send(request, status_codes::InternalError);
   }
+}
+
+bool Router::refused(http_request& request, const RouteRequest& r) {
+  if (!units_.strict.enabled() || units_.connections.isPaired(r.credential())) return false;
+  send(request, Replies::text(status_codes::Unauthorized, "Unauthorized"));
+  return true;
 }
 
 void Router::handle_get(http_request& request) {
@@ -56,17 +74,33 @@ void Router::handle_get(http_request& request) {
   const Route* route = find("GET", r);
   if (route == nullptr)
     return send(request, Replies::text(status_codes::BadRequest, r.decodedPath));
+  // Pairing is how a client gets a token, so it cannot need one.
+  if (route->path != "authenticate" && refused(request, r)) return;
   Call call{r, units_};
   send(request, route->run(call));
 }
 
+void Router::handle_head(http_request& request) {
+  RouteRequest r(request);
+  if (pages_.serveStaticPage(request, r.decodedPath, Replies::getContentType(r.decodedPath))) {
+    return;
+  }
+  // A route's answer may ask the host to act: HEAD must never do that.
+  send(request, methodNotAllowed());
+}
+
 void Router::handle_post(http_request& request) {
   RouteRequest r(request);
-  auto token = r.query.find("token");
-  if (token == r.query.end()) return send(request, http_response(status_codes::Forbidden));
-  // An unknown token is accepted and ignored on purpose.
-  if (!units_.connections.hasConnection(token->second)) {
-    return send(request, http_response(status_codes::OK));
+  if (units_.strict.enabled()) {
+    // Past the gate the client is a paired one, whichever way its token came.
+    if (refused(request, r)) return;
+  } else {
+    auto token = r.query.find("token");
+    if (token == r.query.end()) return send(request, http_response(status_codes::Forbidden));
+    // An unknown token is accepted and ignored on purpose.
+    if (!units_.connections.hasConnection(token->second)) {
+      return send(request, http_response(status_codes::OK));
+    }
   }
   const Route* route = find("POST", r);
   if (route == nullptr) return send(request, http_response(status_codes::OK));
@@ -74,9 +108,13 @@ void Router::handle_post(http_request& request) {
   send(request, route->run(call));
 }
 
-void Router::handle_put(http_request& request) { send(request, http_response(status_codes::OK)); }
+void Router::handle_put(http_request& request) {
+  if (units_.strict.enabled() && refused(request, RouteRequest(request))) return;
+  send(request, http_response(status_codes::OK));
+}
 
 void Router::handle_delete(http_request& request) {
+  if (units_.strict.enabled() && refused(request, RouteRequest(request))) return;
   send(request, http_response(status_codes::OK));
 }
 

@@ -18,15 +18,21 @@ class Router {
   void handle(web::http::http_request request);
   void handle_get(web::http::http_request& request);
   void handle_post(web::http::http_request& request);
-  // PUT and DELETE change nothing and succeed.
+  // PUT and DELETE change nothing and succeed (in strict mode, for a paired
+  // client only).
   void handle_put(web::http::http_request& request);
   void handle_delete(web::http::http_request& request);
+  // Pages as GET answers them; nothing else.
+  void handle_head(web::http::http_request& request);
 
   // Every row, in the order tried.
   static const RouteList& routes();
 
  private:
   const Route* find(const char* method, const RouteRequest& r) const;
+  // In strict mode, answers 401 to a request without the token of a paired
+  // client and returns true.
+  bool refused(web::http::http_request& request, const RouteRequest& r);
   void send(web::http::http_request& request, Answer answer);
 
   Units& units_;

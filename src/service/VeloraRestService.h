@@ -79,7 +79,9 @@ class VeloraRestService : public IVeloraRemoteCoordinator,
   // setVeloraQueueExtension, for this service.
   int setQueueExtension(IVeloraQueueExtensionListener* l) { return hub_.setQueueExtension(l); }
   // setVeloraStrictMode, for this service.
-  void setStrictMode(bool /*enabled*/, const std::string& /*allowedOrigins*/) {}
+  void setStrictMode(bool enabled, const std::string& allowedOrigins) {
+    strict_.set(enabled, allowedOrigins);
+  }
 
   // The service interfaces' setters, defined by area.
   VELORA_LIBRARY_SETTERS(VELORA_DECLARE_SETTER)
@@ -122,12 +124,13 @@ class VeloraRestService : public IVeloraRemoteCoordinator,
  private:
   ListenerHub hub_;
   StateStore state_;
-  Connections connections_{hub_, state_};
+  StrictMode strict_;
+  Connections connections_{hub_, state_, strict_};
   Artwork artwork_;
   LibraryEncoder encoder_{artwork_};
-  Replies replies_{state_.cache};
+  Replies replies_{state_.cache, strict_};
   std::atomic<bool> closing_{false};
-  Units units_{hub_, state_, replies_, connections_, closing_};
+  Units units_{hub_, state_, replies_, connections_, closing_, strict_};
   std::string pagesFolder_;
   StaticPages pages_;
   Router router_{units_, pages_};

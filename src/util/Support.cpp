@@ -111,6 +111,8 @@ std::string find_executable_folder() {
 }
 
 bool validPath(std::string path) {
+  // A NUL byte would cut the name short: "cover.jpg\0.html" is not cover.jpg.
+  if (path.find('\0') != std::string::npos) return false;
   // O_CLOEXEC keeps the probe descriptor out of any child a concurrent thread
   // spawns. O_NONBLOCK keeps a request that names a named pipe from holding a
   // worker thread until some writer opens the other end.

@@ -48,7 +48,8 @@ std::map<std::string, std::string> toLower(std::map<std::string, std::string> m)
 // The folder holding the running executable, without a trailing "/"; "." if unknown.
 std::string find_executable_folder();
 
-// True when the path can be opened for reading. Folders qualify too.
+// True when the path can be opened for reading. Folders qualify too; a path
+// holding a NUL byte never does.
 bool validPath(std::string path);
 
 // Size in bytes of the file at path, or -1 when it cannot be opened.

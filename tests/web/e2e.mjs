@@ -79,8 +79,9 @@ class Host {
     Object.assign(this, { exe, basePort, cacheDir, extraArgs, lines: [], port: 0 });
   }
 
+  // --open: the test reads the host's state as a second client would, without pairing.
   start() {
-    this.proc = spawn(this.exe, ["--port", String(this.basePort), "--cache", this.cacheDir, ...this.extraArgs], {
+    this.proc = spawn(this.exe, ["--port", String(this.basePort), "--cache", this.cacheDir, "--open", ...this.extraArgs], {
       stdio: ["pipe", "pipe", "pipe"],
     });
     this.exited = new Promise((resolve) => this.proc.once("exit", (code, signal) => resolve({ code, signal })));
@@ -105,8 +106,8 @@ class Host {
   }
 
   // A GET from the test itself, as a second remote client would make it.
-  async get(route) {
-    const response = await fetch(`http://127.0.0.1:${this.port}/${route}`, { signal: AbortSignal.timeout(5000) });
+  async get(route, headers = {}) {
+    const response = await fetch(`http://127.0.0.1:${this.port}/${route}`, { headers, signal: AbortSignal.timeout(5000) });
     const text = await response.text();
     let data = text || null;
     try {
@@ -217,8 +218,8 @@ async function remote(viewport) {
   });
   opened.on("response", (response) => {
     const url = new URL(response.url());
-    // While the host is deliberately down and coming back, failed requests
-    // are what the page has to cope with, not faults.
+    // While the host is deliberately down and coming back, or has just let
+    // the page go, failed requests are what the page has to cope with, not faults.
     if (response.status() >= 400 && url.pathname !== "/favicon.ico" && !outage) {
       pageErrors.push(`${response.status()} from ${url.pathname}${url.search}`);
     }
@@ -542,6 +543,32 @@ async function main() {
   check(shownCount === reloads.length, `reloads that did not show the album: ${describe(reloads.filter((r) => r.outcome !== "shown"))}`);
   await peer.evaluate(() => (location.hash = "#/now"));
   await page.setViewportSize(DESKTOP);
+
+  begin("let go by the host, the page pairs again under a fresh code and its controls work");
+  await show("#/now", () => page.locator("#np-volume").waitFor());
+  const stored = () => page.evaluate(() => JSON.parse(localStorage.getItem("velora.remote.session")));
+  const old = await stored();
+  // Refusals of the old token may follow, as they would from a strict host.
+  outage = true;
+  // The page's own token goes along: a strict host lets only the client itself do this.
+  check((await host.get(`disconnect?code=${old.code}`, { Authorization: `Bearer ${old.token}` })).status === 200, "disconnect refused");
+  const renewed = await until("the page to pair under a new code", async () => ((s) => s?.token && s.code !== old.code && s)(await stored()), { timeout: 15000 });
+  const auth = await host.get(`authenticate?name=x&code=${renewed.code}&version=1`, { Authorization: `Bearer ${renewed.token}` });
+  check(auth.data?.authstatus === true && auth.data.token === renewed.token, `the host does not approve the new code: ${describe(auth.data)}`);
+  await page.locator("#nav").waitFor({ state: "visible", timeout: 10000 });
+  outage = false;
+  // Both ways: the slider reaches the host, and a change made elsewhere reaches the page's feed.
+  const sent = [];
+  const keep = (request) => /^\/(playback|changes)$/.test(new URL(request.url()).pathname) && sent.push(request);
+  page.on("request", keep);
+  await page.locator("#np-volume").evaluate(setSlider, 44);
+  await until("the host at volume 44", async () => (await host.get("playback/getvolume")).data?.volumelevel === 44);
+  await host.get("playback?volume=45");
+  await until("the page to show volume 45", async () => (await page.locator("#np-volume-value").textContent()).trim() === "45");
+  page.off("request", keep);
+  // A strict host reads the token of every request from this header.
+  const bearers = new Set(await Promise.all(sent.map(async (r) => `${new URL(r.url()).pathname} ${(await r.allHeaders()).authorization}`)));
+  check(["/playback", "/changes"].every((p) => bearers.has(`${p} Bearer ${renewed.token}`)), `requests without the new token in their header: ${describe([...bearers])}`);
 
   begin("the host goes away: the page says so, holds its controls, and comes back with it");
   await show("#/now", () => page.locator("#np-title").waitFor());

@@ -428,8 +428,9 @@ async function start() {
   store.on("connection", drawConnection);
   document.getElementById("looking-now").addEventListener("click", () => api.retryNow());
   document.addEventListener("keydown", onKey);
-  // The player ended this remote's connection: introduce ourselves anew.
-  store.on("disconnected", () => restartPairing(true));
+  // The player ended this remote's connection: introduce ourselves anew,
+  // under the fresh code the API layer drew already.
+  store.on("disconnected", () => restartPairing(false));
   // The player's library changed as a whole: screens that follow it by
   // themselves (and hold typed input) say so and are left alone.
   store.on("updated", () => {

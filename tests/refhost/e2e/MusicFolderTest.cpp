@@ -44,8 +44,9 @@ TEST(MusicFolderHost, TitlesDurationsAndCoversReachARemoteClient) {
   if (pid == 0) {
     std::freopen(log.c_str(), "w", stdout);
     ::dup2(STDOUT_FILENO, STDERR_FILENO);
+    // --open: the library is read below without a token, as a second client would.
     ::execl(VELORA_HOST_EXE, VELORA_HOST_EXE, "--port", std::to_string(port).c_str(), "--music",
-            folder.c_str(), "--cache", cache.c_str(), "--approve", "auto", nullptr);
+            folder.c_str(), "--cache", cache.c_str(), "--approve", "auto", "--open", nullptr);
     ::_exit(127);
   }
   const std::shared_ptr<void> reaper(nullptr, [pid](void*) {

@@ -75,11 +75,18 @@ function parseBody(text) {
 
 // One GET. Resolves with { status, data } for any HTTP answer; rejects when
 // the player cannot be reached, after `timeout` ms, or when `signal` aborts.
-// The token goes along unless withToken is false (library views answer in
-// the reply only to requests without one).
-export async function request(path, params = {}, { withToken = true, timeout = 10000, signal = null } = {}) {
+// The token goes in the query unless withToken is false (library views
+// answer in the reply only to requests without one there), and in an
+// Authorization header always: a strict player asks every request for it,
+// and reads the header only when the query has none. `token` is the
+// session's unless named (pairing and letting go send their own).
+export async function request(
+  path,
+  params = {},
+  { withToken = true, token = session ? session.token : null, timeout = 10000, signal = null } = {},
+) {
   const all = { ...params };
-  if (withToken && session && session.token) all.token = session.token;
+  if (withToken && token) all.token = token;
   const query = queryText(all);
   const url = `/${path}${query ? `?${query}` : ""}`;
   const stop = new AbortController();
@@ -87,8 +94,11 @@ export async function request(path, params = {}, { withToken = true, timeout = 1
   const cancel = () => stop.abort();
   if (signal) signal.addEventListener("abort", cancel, { once: true });
   try {
-    const response = await fetch(url, { cache: "no-store", signal: stop.signal });
+    const headers = token ? { Authorization: `Bearer ${token}` } : {};
+    const response = await fetch(url, { cache: "no-store", signal: stop.signal, headers });
     const data = parseBody(await response.text());
+    // Pairing and the feed read their own refusals.
+    if (response.status === 401 && token && !OWN_REFUSALS.has(path) && refusesToken(data)) pairingGone(token);
     return { status: response.status, data };
   } finally {
     clearTimeout(timer);
@@ -110,9 +120,15 @@ export function send(path, params = {}) {
 // user first, so this can take a while; onWaiting is told each time it has not
 // approved yet (reachable: whether it answered at all). Resolves with the
 // approval (token, name, product).
+//
+// The player hands out a code's token with its first answer. A strict one
+// hands it out only then and asks every later call for it, so it is kept
+// (as `ticket` until approved) and sent along.
 export async function pair({ onWaiting } = {}) {
   let misses = 0;
   let refusals = 0;
+  let rejections = 0;
+  await afterRecentDrops();
   for (;;) {
     // Read each time: the user may pick a new code while this waits.
     const me = currentSession();
@@ -122,24 +138,44 @@ export async function pair({ onWaiting } = {}) {
       reply = await request(
         "authenticate",
         { name: me.name, code: me.code, version: PROTOCOL_VERSION },
-        { withToken: false, timeout: PROBE_TIMEOUT },
+        { token: me.ticket || me.token || null, timeout: PROBE_TIMEOUT },
       );
     } catch {
       reply = null;
     }
-    const answer = reply && reply.status === 200 ? reply.data : null;
+    const answer = reply && reply.status === 200 && isObject(reply.data) ? reply.data : null;
     if (reply) reached();
-    if (answer && answer.authstatus === true && answer.disconnected !== true && me === session) {
-      session.token = answer.token;
-      saveSession();
-      store.set("host", { name: answer.name || "", product: answer.product || "" });
-      return answer;
+    let delay;
+    if (answer && me === session) {
+      if (answer.authstatus === true && answer.disconnected !== true) {
+        session.token = session.ticket = answer.token;
+        saveSession();
+        store.set("host", { name: answer.name || "", product: answer.product || "" });
+        return answer;
+      }
+      if (answer.disconnected === true || (me.token && answer.token === me.token)) {
+        // The player still knows this code under the token it approved, yet
+        // no longer approves it: it let this page go while the page was
+        // closed or away, and will not ask its user about that code again.
+        newSession();
+      } else if (typeof answer.token === "string" && answer.token !== me.ticket) {
+        me.token = null;
+        me.ticket = answer.token;
+        saveSession();
+      }
+    } else if (reply && reply.status === 401 && me === session) {
+      // The player will not hear this code (its token is lost, or the code
+      // is someone else's): start over under a fresh one, at a growing pace.
+      newSession();
+      delay = RETRY_STEPS[Math.min(rejections++, RETRY_STEPS.length - 1)];
     }
     // A player that approves by itself does so just after its first answer
     // to a new code, so the first few asks follow quickly.
-    const delay = reply ? (refusals++ < 4 ? 150 : 500) : RETRY_STEPS[Math.min(misses++, RETRY_STEPS.length - 1)];
+    delay ??= reply ? (refusals++ < 4 ? 150 : 500) : RETRY_STEPS[Math.min(misses++, RETRY_STEPS.length - 1)];
     if (!reply) missed(delay);
-    if (onWaiting) onWaiting({ reachable: answer !== null, code: me.code, name: me.name });
+    const now = currentSession();
+    const reachable = answer !== null || (reply !== null && reply.status === 401);
+    if (onWaiting) onWaiting({ reachable, code: now.code, name: now.name });
     await pause(delay);
   }
 }
@@ -148,9 +184,11 @@ export async function pair({ onWaiting } = {}) {
 export async function unpair() {
   if (session) {
     // Cleared first, so the player's own notice of this disconnect is not
-    // taken for one it started.
+    // taken for one it started; a strict player lets go only the client
+    // whose token comes along.
+    const token = session.token;
     session.token = null;
-    await request("disconnect", { code: session.code }, { withToken: false }).catch(() => {});
+    await request("disconnect", { code: session.code }, { withToken: false, token }).catch(() => {});
   }
   localStorage.removeItem(SESSION_KEY);
   session = null;
@@ -252,17 +290,47 @@ const eventAppliers = {
     if (doc.all) store.set("updated", Date.now());
   },
   disconnect(doc) {
-    // A token cleared already means this page asked to be let go itself.
-    if (session && session.token && doc.token === session.token) dropPairing(doc.fromremote === true);
+    // A token cleared already means this page asked to be let go itself. A
+    // strict player names the client by its code, not its token.
+    if (!session || !session.token) return;
+    if (doc.token === session.token || (doc.code != null && Number(doc.code) === session.code)) {
+      dropPairing(doc.fromremote === true);
+    }
   },
 };
 
-// The player let this page go: its token is no good, and the player will not
-// approve its code anew, so the app pairs again under a new one.
-function dropPairing(fromRemote) {
-  session.token = null;
-  saveSession();
-  store.set("disconnected", { fromRemote });
+// The player let this page go, or no longer takes its token: the code is no
+// good either (a player does not ask its user again about a code it let go,
+// and a strict one refuses a code without its token), so the page pairs again
+// under a fresh one. The app shows the pairing screen at once, unless `quiet`
+// (the player came back from an outage: it most likely restarted, and
+// approves a known remote's new code before that screen would show).
+function dropPairing(fromRemote, { quiet = false } = {}) {
+  drops.push(Date.now());
+  newSession();
+  if (!quiet) store.set("disconnected", { fromRemote });
+}
+
+// Whether a 401 is the player refusing the token sent, rather than its own
+// answer that some request failed (which some routes also give as 401).
+const refusesToken = (data) => typeof data === "string" && /^\s*(unauthori[sz]ed|not paired)\b/i.test(data);
+const OWN_REFUSALS = new Set(["authenticate", "changes"]);
+
+// Any request refused for its token ends this pairing, once.
+function pairingGone(token) {
+  if (session && session.token === token) dropPairing(false);
+}
+
+// When each pairing of the last minute was dropped. A player that refuses a
+// pairing right after approving it must not be asked about a new code
+// again and again at once (a prompting one would ask its user each time).
+const drops = [];
+const DROPS_KEPT_MS = 60000;
+
+function afterRecentDrops() {
+  while (drops.length && Date.now() - drops[0] > DROPS_KEPT_MS) drops.shift();
+  if (drops.length < 2) return Promise.resolve();
+  return pause(RETRY_STEPS[Math.min(drops.length - 2, RETRY_STEPS.length - 1)]);
 }
 
 // Track information is pushed when the player moves to a track, but also
@@ -598,7 +666,7 @@ async function followOnce(at, lost, { onReturn, onUnpaired }) {
     reply = await request(
       "changes",
       { since: at.seq, epoch: at.epoch, wait: lost ? 0 : WAIT_SECONDS },
-      { timeout: lost ? PROBE_TIMEOUT : FEED_TIMEOUT, signal: abort.signal },
+      { token, timeout: lost ? PROBE_TIMEOUT : FEED_TIMEOUT, signal: abort.signal },
     );
   } catch (err) {
     if (replaced) return null;
@@ -609,17 +677,9 @@ async function followOnce(at, lost, { onReturn, onUnpaired }) {
   if (reply.status !== 200 && reply.status !== 401) throw new Missed(`changes ${reply.status}`);
   reached();
   if (reply.status === 401) {
-    if (session && session.token === token) {
-      // After an outage the player may have restarted and forgotten the
-      // token, though not the code: pair again with it. Otherwise it let
-      // this page go without it hearing why.
-      if (lost) {
-        session.token = null;
-        saveSession();
-      } else {
-        dropPairing(false);
-      }
-    }
+    // After an outage the player most likely restarted and forgot this
+    // page; otherwise it let the page go without it hearing why.
+    if (session && session.token === token) dropPairing(false, { quiet: lost });
     return at;
   }
   const body = isObject(reply.data) ? reply.data : {};
