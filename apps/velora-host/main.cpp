@@ -4,8 +4,8 @@
 // pair, and the web remote is served until Ctrl-C.
 
 #include <arpa/inet.h>
+#include <dirent.h>
 #include <netinet/in.h>
-#include <poll.h>
 #include <signal.h>
 #include <sys/socket.h>
 #include <unistd.h>
@@ -172,41 +172,29 @@ std::string hostName() {
   return name;
 }
 
-// One GET over loopback; the whole reply, or empty when nobody answered.
-std::string loopbackGet(int port, const std::string& target) {
-  const int fd = ::socket(AF_INET, SOCK_STREAM, 0);
-  if (fd < 0) return {};
-  sockaddr_in address{};
-  address.sin_family = AF_INET;
-  address.sin_port = htons(static_cast<uint16_t>(port));
-  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-  std::string reply;
-  if (::connect(fd, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0) {
-    const std::string request =
-        "GET " + target + " HTTP/1.1\r\nHost: localhost\r\nConnection: close\r\n\r\n";
-    if (::send(fd, request.data(), request.size(), MSG_NOSIGNAL) ==
-        static_cast<ssize_t>(request.size())) {
-      char buffer[4096];
-      pollfd ready{fd, POLLIN, 0};
-      while (::poll(&ready, 1, 1000) > 0) {
-        const ssize_t got = ::recv(fd, buffer, sizeof buffer, 0);
-        if (got <= 0) break;
-        reply.append(buffer, static_cast<std::size_t>(got));
-      }
-    }
-  }
-  ::close(fd);
-  return reply;
-}
-
 // The service binds the first free port of ten without saying which to its
-// host, so ask each of them for this host's heartbeat: only our own listener
-// answers with our instance text.
-int findOwnPort(const std::string& instance) {
-  for (int port = mServicePort; port < mServicePort + 10; ++port) {
-    if (loopbackGet(port, "/getHeartbeat").find(instance) != std::string::npos) return port;
+// host, and in strict mode answers nothing but pages without a token: the
+// port is the one of the ten on which this process itself listens.
+int findOwnPort() {
+  DIR* fds = ::opendir("/proc/self/fd");
+  if (fds == nullptr) return 0;
+  int found = 0;
+  while (const dirent* entry = ::readdir(fds)) {
+    const int fd = std::atoi(entry->d_name);
+    sockaddr_in address{};
+    socklen_t length = sizeof address;
+    int listening = 0;
+    socklen_t size = sizeof listening;
+    if (fd <= 2 || ::getsockname(fd, reinterpret_cast<sockaddr*>(&address), &length) != 0 ||
+        address.sin_family != AF_INET ||
+        ::getsockopt(fd, SOL_SOCKET, SO_ACCEPTCONN, &listening, &size) != 0 || !listening) {
+      continue;
+    }
+    const int port = ntohs(address.sin_port);
+    if (port >= mServicePort && port < mServicePort + 10) found = port;
   }
-  return 0;
+  ::closedir(fds);
+  return found;
 }
 
 std::string randomInstance() {
@@ -296,7 +284,7 @@ int main(int argc, char** argv) {
   setVeloraStrictMode(!options.open,
                       options.allowedOrigins.empty() ? nullptr : options.allowedOrigins.c_str());
   service.startListening();
-  const int port = findOwnPort(host.instance);
+  const int port = findOwnPort();
   if (port == 0) {
     std::cerr << "velora-host: no free port among " << mServicePort << ".." << mServicePort + 9
               << "; is another host running?\n";

@@ -79,9 +79,10 @@ class Host {
     Object.assign(this, { exe, basePort, cacheDir, extraArgs, lines: [], port: 0 });
   }
 
-  // --open: the test reads the host's state as a second client would, without pairing.
-  start() {
-    this.proc = spawn(this.exe, ["--port", String(this.basePort), "--cache", this.cacheDir, "--open", ...this.extraArgs], {
+  // The host runs strict, as it does for its users: the test reads its state
+  // as a second remote client paired with it.
+  async start() {
+    this.proc = spawn(this.exe, ["--port", String(this.basePort), "--cache", this.cacheDir, ...this.extraArgs], {
       stdio: ["pipe", "pipe", "pipe"],
     });
     this.exited = new Promise((resolve) => this.proc.once("exit", (code, signal) => resolve({ code, signal })));
@@ -96,18 +97,35 @@ class Host {
       });
     }
     const from = this.lines.length;
-    return until("the host to print its address", () => {
+    const port = await until("the host to print its address", () => {
       for (const line of this.lines.slice(from)) {
         const m = /http:\/\/[^\s/]+:(\d+)\//.exec(line);
         if (m) return (this.port = Number(m[1]));
       }
       return 0;
     }, { timeout: 60000 });
+    this.token = null;
+    if (!this.extraArgs.includes("prompt")) await this.pairSelf();
+    return port;
+  }
+
+  // Pairs the test's own client (the host approves at once). Its token goes in
+  // a header, so that library replies still come back in the reply itself.
+  async pairSelf() {
+    const code = 100000 + Math.floor(Math.random() * 800000);
+    let token = null;
+    await until("the host to approve the test's own client", async () => {
+      const { data } = await this.get(`authenticate?name=e2e&code=${code}&version=1`, token ? { Authorization: `Bearer ${token}` } : {});
+      token = data?.token || token;
+      return data?.authstatus === true;
+    });
+    this.token = token;
   }
 
   // A GET from the test itself, as a second remote client would make it.
   async get(route, headers = {}) {
-    const response = await fetch(`http://127.0.0.1:${this.port}/${route}`, { headers, signal: AbortSignal.timeout(5000) });
+    const all = this.token ? { Authorization: `Bearer ${this.token}`, ...headers } : headers;
+    const response = await fetch(`http://127.0.0.1:${this.port}/${route}`, { headers: all, signal: AbortSignal.timeout(5000) });
     const text = await response.text();
     let data = text || null;
     try {
@@ -247,7 +265,7 @@ async function main() {
   const session = await page.evaluate(() => JSON.parse(localStorage.getItem("velora.remote.session")));
   check(session && typeof session.token === "string" && session.token.length > 0, `no token kept after pairing: ${describe(session)}`);
   // The host knows this remote: asking again with its code returns the same token, approved.
-  const again = await host.get(`authenticate?name=x&code=${session.code}&version=1`);
+  const again = await host.get(`authenticate?name=x&code=${session.code}&version=1`, { Authorization: `Bearer ${session.token}` });
   check(again.data && again.data.token === session.token && again.data.authstatus === true, `host does not list the page as approved: ${describe(again.data)}`);
   check(!(await page.evaluate(() => window.pairingShown)), "the pairing screen showed though the host approves at once");
 
