@@ -298,6 +298,8 @@ class Session : public std::enable_shared_from_this<Session> {
     }
     auto impl = request._get_impl();
     impl->_set_remote_address(peer_);
+    // Of an oversized chunked body, the part read so far goes at once.
+    if (oversized) std::string().swap(m.body());
     bodySize_ = oversized ? 0 : m.body().size();
     impl->set_instream(concurrency::streams::bytestream::open_istream(
         oversized ? std::string() : std::move(m.body())));

@@ -7,12 +7,18 @@
 #include <zlib.h>
 
 #include <algorithm>
+#include <atomic>
+#include <chrono>
+#include <memory>
 #include <cctype>
 #include <cstring>
 #include <fstream>
 #include <iostream>
 #include <sstream>
 #include <utility>
+
+#include <boost/asio/steady_timer.hpp>
+#include <pplx/threadpool.h>
 
 std::string newUUID() {
   uuid_t id;
@@ -169,4 +175,16 @@ std::string gzipString(std::string const& s) {
   return rc == Z_STREAM_END ? out : std::string();
 }
 
-void returnFreedMemory() { malloc_trim(0); }
+void returnFreedMemory() {
+  malloc_trim(0);
+  // What the caller still holds is freed soon after: once more, a moment
+  // later (one pending at a time).
+  static std::atomic<bool> pending{false};
+  if (pending.exchange(true)) return;
+  auto timer = std::make_shared<boost::asio::steady_timer>(
+      crossplat::threadpool::shared_instance().service(), std::chrono::milliseconds(500));
+  timer->async_wait([timer](const boost::system::error_code&) {
+    pending = false;
+    malloc_trim(0);
+  });
+}
