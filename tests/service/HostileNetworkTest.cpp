@@ -34,11 +34,12 @@ void sendAll(int fd, const char* data, size_t size) {
   }
 }
 
-// `head`, then a body of `bodySize` bytes: the preset, padded with many small
-// objects (a large document to parse) when `padded`, else with spaces. The
+// `head`, then `bodySize` bytes: the preset, padded with many small objects (a
+// large document to parse) when `padded`, else with spaces; or only `fill`. The
 // body lives in pages of its own, so that this process's heap shows only what
 // the service holds.
-HttpReply raw(int port, const std::string& head, size_t bodySize = 0, bool padded = false) {
+HttpReply raw(int port, const std::string& head, size_t bodySize = 0, bool padded = false,
+              char fill = ' ') {
   const int fd = connectTo(port);
   if (fd < 0) return {};
   sendAll(fd, head.data(), head.size());
@@ -47,14 +48,14 @@ HttpReply raw(int port, const std::string& head, size_t bodySize = 0, bool padde
         mmap(nullptr, bodySize, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
     char* body = static_cast<char*>(pages);
     const std::string open = R"({"name":"Warm","id":3,"paramset":[],"pad":[)", unit = R"({"a":1},)";
-    memset(body, ' ', bodySize);
+    memset(body, fill, bodySize);
     if (padded && bodySize > open.size() + 3) {
       memcpy(body, open.data(), open.size());
       size_t at = open.size();
       for (; at + unit.size() + 3 <= bodySize; at += unit.size())
         memcpy(body + at, unit.data(), unit.size());
       memcpy(body + at, "0]}", 3);
-    } else {
+    } else if (fill == ' ') {
       memcpy(body, kPreset, std::min(strlen(kPreset), bodySize));
     }
     sendAll(fd, body, bodySize);
@@ -141,7 +142,7 @@ TEST_F(HostileNetworkTest, MemoryReturnsAfterLargeRequests) {
     const std::string length = "Content-Length: " + std::to_string(size) + "\r\n\r\n";
     EXPECT_EQ(200, raw(port, post + length, size, true).status);
   }
-  EXPECT_EQ(414, raw(port, "GET /", 16 << 20).status);
+  EXPECT_EQ(414, raw(port, "GET /", 16 << 20, false, 'p').status);
   ASSERT_TRUE(host.waitFor("onApplyEQPreset", 3));
   size_t now = residentBytes();
   for (auto until = Clock::now() + std::chrono::seconds(5);
