@@ -175,7 +175,21 @@ std::string gzipString(std::string const& s) {
   return rc == Z_STREAM_END ? out : std::string();
 }
 
+// Under a sanitizer, or any allocator of its own, the C library's arenas
+// hold nothing to give back.
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#define VELORA_FOREIGN_ALLOCATOR 1
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer) || \
+    __has_feature(memory_sanitizer)
+#define VELORA_FOREIGN_ALLOCATOR 1
+#endif
+#endif
+
 void returnFreedMemory() {
+#ifdef VELORA_FOREIGN_ALLOCATOR
+  return;
+#endif
   malloc_trim(0);
   // What the caller still holds is freed soon after: once more, a moment
   // later (one pending at a time).
