@@ -2,6 +2,7 @@
 
 #include "util/Support.h"
 
+#include <algorithm>
 #include <charconv>
 #include <istream>
 #include <streambuf>
@@ -12,11 +13,12 @@ using web::http::status_codes;
 
 namespace {
 
-// Bytes read where they lie, as a stream.
+// Bytes read where they lie, as a stream. Bodies were parsed as text, whose
+// reader takes a 0xFF byte for the end of its input: so does this stream.
 struct InPlace : std::streambuf {
   InPlace(uint8_t* data, size_t size) {
     char* begin = reinterpret_cast<char*>(data);
-    setg(begin, begin, begin + size);
+    setg(begin, begin, std::find(begin, begin + size, '\xff'));
   }
 };
 
