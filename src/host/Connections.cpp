@@ -62,6 +62,15 @@ void Connections::makeRoomForPending() {
   }
 }
 
+void Connections::waitAgain(ConnectionDataEx& connection) {
+  if (!isPending(connection)) {
+    makeRoomForPending();
+    setPending(connection);
+  }
+  std::lock_guard<std::mutex> stateLock(state_.cache.stateMutex);
+  state_.cache.docs.disconnect = value::object(true);
+}
+
 void Connections::setPending(ConnectionDataEx& connection) {
   connection.authstatus = false;
   connection.disconnected = false;
@@ -101,12 +110,7 @@ ConnectionData Connections::pair(int code, const std::string& name, int version)
     auto connection = getConnection(code);
     if (connection && !(connection->authstatus && !connection->disconnected)) {
       // Pending again, whether it was waiting or had been disconnected.
-      if (!isPending(*connection)) {
-        makeRoomForPending();
-        setPending(*connection);
-      }
-      std::lock_guard<std::mutex> stateLock(state_.cache.stateMutex);
-      state_.cache.docs.disconnect = value::object(true);
+      waitAgain(*connection);
     } else if (!connection) {
       connection = createConnection(code, name, version);
       isNew = true;
@@ -136,13 +140,9 @@ std::optional<ConnectionData> Connections::claim(int code, const std::string& na
     } else if (connection->disconnected) {
       // The old token ended with its session; whoever saw it go by must not
       // be able to use the new one.
-      const std::string old = connection->token;
-      makeRoomForPending();
+      state_.changes.forgetDisconnect(connection->token);
       copyField(connection->token, newUUID());
-      setPending(*connection);
-      state_.changes.forgetDisconnect(old);
-      std::lock_guard<std::mutex> stateLock(state_.cache.stateMutex);
-      state_.cache.docs.disconnect = value::object(true);
+      waitAgain(*connection);
       announce = true;
     }
     snapshot = connection->data();

@@ -69,6 +69,9 @@ class Connections {
   void makeRoomForPending();
   // The caller holds `mutex`. `connection` waits for the host from now on.
   void setPending(ConnectionDataEx& connection);
+  // The caller holds `mutex`. A known client asks again: it waits for the
+  // host (unless it already does), and the last disconnect note is cleared.
+  void waitAgain(ConnectionDataEx& connection);
 
   ListenerHub& hub_;
   StateStore& state_;

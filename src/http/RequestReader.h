@@ -42,8 +42,6 @@ class RequestReader {
   Message& message() { return parser_->get(); }
   unsigned rejectStatus() const { return reject_; }
   bool headDone() const { return parser_->is_header_done(); }
-  // Whether any byte of the current request has arrived.
-  bool started() const { return headDone() || buffer_.size() > 0; }
   void next();
 
  private:

@@ -22,8 +22,6 @@ struct InPlace : std::streambuf {
   }
 };
 
-constexpr size_t kLargeBody = 1024 * 1024;
-
 // The whole of `text` as a number, or false. from_chars ignores the locale,
 // which a host may have set to one with decimal commas.
 template <typename T>
@@ -145,7 +143,7 @@ Answer applyBody(Call& c, std::function<void(const web::json::value&)> work) {
       work(web::json::value::parse(in));
     } catch (...) {
     }
-    if (size >= kLargeBody) returnFreedMemory();
+    returnFreedMemory(size);
   });
   return web::http::http_response(status_codes::OK);
 }

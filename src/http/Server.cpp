@@ -396,7 +396,7 @@ class Session : public std::enable_shared_from_this<Session> {
     sent_.set();
     reply_ = http_response();
     owned_ = {};
-    if (bodySize_ >= kLargeBody) returnFreedMemory();
+    returnFreedMemory(bodySize_);
     bodySize_ = 0;
     if (ec) return shut();
     if (!keepAlive_) return linger();
@@ -430,8 +430,6 @@ class Session : public std::enable_shared_from_this<Session> {
     stream_.socket().shutdown(tcp::socket::shutdown_both, ec);
     stream_.close();
   }
-
-  static constexpr size_t kLargeBody = 1024 * 1024;
 
   beast::tcp_stream stream_;
   std::shared_ptr<Port> port_;

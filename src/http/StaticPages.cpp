@@ -32,17 +32,13 @@ bool staysInsideFolder(const std::string& decodedPath) {
 
 bool isRegularFile(const std::string& file) {
   struct stat st;
-  return file.find('\0') == std::string::npos && ::stat(file.c_str(), &st) == 0 &&
-         S_ISREG(st.st_mode);
+  return ::stat(file.c_str(), &st) == 0 && S_ISREG(st.st_mode);
 }
 
 // The path with every symbolic link resolved; "" when it cannot be.
 std::string realPath(const std::string& path) {
   char resolved[PATH_MAX];
-  if (path.find('\0') != std::string::npos || ::realpath(path.c_str(), resolved) == nullptr) {
-    return "";
-  }
-  return resolved;
+  return ::realpath(path.c_str(), resolved) == nullptr ? "" : resolved;
 }
 
 // The page's real path when it lies inside the folder's real path; "" when it

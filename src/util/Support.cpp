@@ -186,10 +186,11 @@ std::string gzipString(std::string const& s) {
 #endif
 #endif
 
-void returnFreedMemory() {
+void returnFreedMemory(size_t bytes) {
 #ifdef VELORA_FOREIGN_ALLOCATOR
   return;
 #endif
+  if (bytes < (size_t{1} << 20)) return;
   malloc_trim(0);
   // What the caller still holds is freed soon after: once more, a moment
   // later (one pending at a time).

@@ -63,7 +63,8 @@ std::string compressString(std::string const& s);
 // The gzip stream of s (for HTTP's Content-Encoding: gzip), at the default level.
 std::string gzipString(std::string const& s);
 
-// Hands memory freed after a large request back to the system. The allocator
-// keeps freed memory for reuse, and after a big body it would keep hundreds of
-// megabytes that no request needs again.
-void returnFreedMemory();
+// Hands memory freed after a request that held `bytes` back to the system
+// when they were many (1 MiB or more). The allocator keeps freed memory for
+// reuse, and after a big body it would keep hundreds of megabytes that no
+// request needs again.
+void returnFreedMemory(size_t bytes);

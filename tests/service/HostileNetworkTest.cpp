@@ -153,21 +153,26 @@ TEST_F(HostileNetworkTest, MemoryReturnsAfterLargeRequests) {
 }
 
 TEST_F(HostileNetworkTest, PipelinedRequestsAreAnsweredInOrder) {
+  sut.pages.write("page.html", "hello world");
   const int fd = connectTo(port);
-  const std::string four = head("/ping") + head("/first") +
-                           head("/second", "Content-Length: 0\r\n") +
+  const std::string five = head("/ping") + "HEAD /page.html HTTP/1.1\r\nHost: x\r\n\r\n" +
+                           head("/first") + head("/second", "Content-Length: 0\r\n") +
                            head("/ping", "Connection: close\r\n");
-  sendAll(fd, four.data(), four.size());
+  sendAll(fd, five.data(), five.size());
   std::string all;
   char buffer[4096];
   for (ssize_t n; (n = ::recv(fd, buffer, sizeof buffer, 0)) > 0;) all.append(buffer, n);
   ::close(fd);
   size_t at = 0;
-  for (const char* body : {"\"SUCCESS\"", "\"/first\"", "\"/second\"", "\"SUCCESS\""}) {
+  for (const char* body :
+       {"\"SUCCESS\"", "Content-Length: 11", "\"/first\"", "\"/second\"", "\"SUCCESS\""}) {
     const size_t found = all.find(body, at);
     ASSERT_NE(std::string::npos, found) << body << " in\n" << all;
     at = found + 1;
   }
+  // The page's headers, and no body: the next reply follows them at once.
+  const size_t page = all.find("\r\n\r\n", all.find("Content-Length: 11"));
+  EXPECT_EQ(0, all.compare(page + 4, 9, "HTTP/1.1 ")) << all;
 }
 
 TEST_F(HostileNetworkTest, ConnectionsThatSendNoHeadAreClosed) {
